@@ -1,0 +1,13 @@
+#pragma once
+
+#include "zqlogging/Export.h"
+
+namespace zqlogging {
+
+/// Reserved: a public class with a constructor and no other members.
+class ZQ_EXPORT ZQAccessibilityWindowUtils {
+ public:
+  ZQAccessibilityWindowUtils();
+};
+
+}  // namespace zqlogging
