@@ -98,8 +98,8 @@ class ZQ_EXPORT ZQLoggingervice : public std::enable_shared_from_this<ZQLogginge
   virtual void resume();
 
   /// Hands in the latest screen frame for recognition; the previous one is let go. Nothing is copied. Frame
-  /// coordinates have their origin at the lower-left corner of the frame. Any thread; frames with impossible
-  /// measures are refused with a line in the system log.
+  /// coordinates have their origin at the lower-left corner of the frame. Any thread. A frame whose measures do not
+  /// fit its pixels counts as one without pixels.
   virtual void setFrameForOcr(PixelBuffer frame);
 
   /// Forwards a pointer or key event seen on this machine. Returns at once: it takes no file, waits for no other

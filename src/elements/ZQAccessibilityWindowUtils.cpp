@@ -1,0 +1,7 @@
+#include "zqlogging/ZQAccessibilityWindowUtils.h"
+
+namespace zqlogging {
+
+ZQAccessibilityWindowUtils::ZQAccessibilityWindowUtils() = default;
+
+}  // namespace zqlogging

@@ -1,0 +1,161 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "accessibility/AXNotification.h"
+#include "accessibility/Application.h"
+#include "accessibility/Observer.h"
+#include "blacklist/BlackListManager.h"
+#include "elements/IteratedElementData.h"
+#include "elements/ZQAccessibilityElement.h"
+#include "platform/Platform.h"
+#include "service/EventLog.h"
+#include "service/SerialQueue.h"
+#include "vision/ZQVisionRecognizer.h"
+#include "zqlogging/ZQLoggingervice.h"
+
+namespace zqlogging {
+
+/// A pointer or key event as the host forwarded it.
+struct ForwardedEvent {
+  std::uint64_t eventType = 0;
+  CGPoint point;  // origin bottom-left
+  std::int64_t source = 0;
+  std::string characters;
+};
+/// Load the recognition engine before the first click needs it.
+struct PrepareRecognition {};
+using WorkItem = std::variant<ForwardedEvent, PrepareRecognition>;
+
+/// What records of an element have in common: its window and its application.
+struct Surroundings {
+  std::string applicationName;
+  std::string applicationId;
+  std::string windowName;
+  std::string windowRect;
+};
+Surroundings surroundingsOf(const ZQAccessibilityElement& element);
+
+/// Fills in what surrounds the element.
+template <class Record>
+void setSurroundings(Record& record, const ZQAccessibilityElement& element) {
+  Surroundings surroundings = surroundingsOf(element);
+  record.applicationName = std::move(surroundings.applicationName);
+  record.applicationId = std::move(surroundings.applicationId);
+  record.windowName = std::move(surroundings.windowName);
+  record.windowRect = std::move(surroundings.windowRect);
+}
+
+struct NameAndPath {
+  std::string name;
+  ZQXPath path;
+};
+
+/// Everything behind the public surface of one service. Each group of operations has a file of its own.
+struct ServiceState {
+  ServiceState(ZQLoggingervice& owner, std::shared_ptr<port::Platform> desktop);
+  ~ServiceState();
+
+  // Intake.cpp: forwarded input and remote commands. On the worker, except for the next three.
+  void enqueue(WorkItem item);
+  void prepareRecognition();
+  void recordRemoteCommand(const std::string& cli, const std::string& role, const std::string& command,
+                           const std::optional<std::string>& details);
+  void handle(WorkItem& item);
+  void processMouseEvent(const ForwardedEvent& event, CGPoint screenPoint);
+  void appendMouseEvent(const ZQAccessibilityElement& element, const ZQXPath& path, std::uint64_t eventType,
+                        CGPoint screenPoint, const std::string& name, bool isRemote,
+                        const std::vector<ZQTextDetection>& texts,
+                        const std::vector<ZQRectangleDetection>& rectangles, CGPoint recognizerPoint);
+  void processKeyEvent(const ForwardedEvent& event);
+
+  // TreeWalk.cpp, on the worker.
+  std::vector<IteratedElementData> iterateAllElements(const ZQAccessibilityElement& element, CGPoint point);
+
+  // Tracking.cpp: application and focus changes. On the main thread.
+  void applicationActivated(const port::Notification& notification);
+  void moveWatcher(const std::shared_ptr<Application>& application);
+  void takeDownWatcher();
+  void processFocusEvent(AXNotification notification, const port::ElementRef& elementRef);
+  /// Nothing when the element is blacklisted; the delegate has then been told.
+  std::optional<NameAndPath> describeUnlessBlackListed(const ZQAccessibilityElement& element);
+  void recordFocus(const ZQAccessibilityElement& element, const NameAndPath& described);
+
+  // Delivery.cpp: the event log, chunks and the read-back.
+  /// Numbers a record that is complete but for its stamp and appends it to the list and the file. `finish` may fill
+  /// in what depends on the record before it.
+  template <class Record, class Finish>
+  void appendEvent(std::shared_ptr<Record> record, const Finish& finish) {
+    const auto result = log.append([&](const EventLog::Stamp& stamp) {
+      record->id = stamp.id;
+      record->timestamp = stamp.timestamp;
+      finish(*record, stamp);
+      return std::move(record);
+    });
+    reportAppend(result);
+  }
+  template <class Record>
+  void appendEvent(std::shared_ptr<Record> record) {
+    appendEvent(std::move(record), [](Record&, const EventLog::Stamp&) {});
+  }
+  static void reportAppend(SessionLogFile::AppendResult result);
+  void sendEvents(bool isLastChunk, std::function<void(bool)> completion);
+  /// The host has the records up to `end`.
+  void acknowledge(std::uint64_t end);
+  void clearLogs();
+  void storeSessionCode(const std::string& sessionCode);
+  void readBackPreviousSession(const std::string& sessionCode);
+
+  // Failure.cpp: what other code throws ends here.
+  /// Runs the work on one event; a failure drops the event and is written to a log.
+  void perform(const std::function<void()>& work) const;
+  /// Calls the delegate, when there is one.
+  void tellDelegate(const std::function<void(ZQLoggerDelegate&)>& call);
+  /// Calls a completion that the host gave.
+  static void complete(port::Platform& desktop, const std::function<void(bool)>& completion, bool flag);
+
+  ZQLoggingervice& service;
+  const std::shared_ptr<port::Platform> platform;
+
+  std::atomic<bool> paused = false;
+  std::atomic<bool> ocrEnabled = false;
+  std::atomic<bool> includeSiblings = true;
+  std::atomic<bool> iterateDOM = true;
+  std::atomic<bool> debuLogging = false;
+
+  std::mutex mutex;  // guards the next four, for copying in and out alone
+  bool recognitionPrepared = false;
+  std::shared_ptr<ZQLoggerDelegate> delegate;
+  std::optional<PixelBuffer> bufferForOcr;
+  std::optional<ZQAccessibilityElement> focusedElement;
+
+  BlackListManager blackListManager;
+  EventLog log;
+  ZQVisionRecognizer ocr;
+
+  // On the main thread alone.
+  bool running = false;
+  std::uint64_t sessions = 0;
+  std::unique_ptr<port::Timer> chunksTimer;
+  std::vector<std::unique_ptr<port::Subscription>> subscriptions;
+  std::shared_ptr<Observer> observer;
+  std::shared_ptr<Application> app;
+
+  std::int64_t iterateDOMDepth = 0;  // on the worker alone
+
+  SerialQueue<WorkItem> serialQueue;  // last, so that the worker has ended before anything else is gone
+};
+
+/// The part of a text that records keep.
+std::string cutForRecord(std::string text);
+
+}  // namespace zqlogging

@@ -1,0 +1,151 @@
+#include "accessibility/AXError.h"
+#include "diagnostics/DeveloperTiers.h"
+#include "elements/Geometry.h"
+#include "events/ZQUILogFocusEvent.h"
+#include "service/ServiceState.h"
+
+namespace zqlogging {
+namespace {
+
+/// What the watcher registers: the first tells of main windows, the second keeps the focused element, through which
+/// key presses are described.
+constexpr AXNotification kWatched[] = {AXNotification::mainWindowChanged, AXNotification::focusedUIElementChanged};
+
+std::vector<std::shared_ptr<UIElement>> windowsOf(const Application& application) {
+  try {
+    return application.windows().value_or(std::vector<std::shared_ptr<UIElement>>());
+  } catch (const AXError&) {
+    return {};
+  }
+}
+
+CGRect windowFrame(const ZQAccessibilityElement& element) {
+  const auto window = element.window();
+  return window ? window->frame() : CGRect{};
+}
+
+}  // namespace
+
+void ServiceState::applicationActivated(const port::Notification& notification) {
+  if (!notification.application || !notification.application->bundleIdentifier) {
+    return;
+  }
+  const port::RunningApplication& activated = *notification.application;
+  const auto scope = platform->accessibility().openReadScope();
+  const auto applications = Application::allForBundleID(*platform, *activated.bundleIdentifier);
+  if (applications.empty()) {
+    return;
+  }
+  const std::shared_ptr<Application>& application = applications.front();
+  const ZQAccessibilityElement applicationElement(application->element());
+  trace("Appending main app change");
+  const auto described = describeUnlessBlackListed(applicationElement);
+  if (!described) {
+    return;
+  }
+  recordFocus(applicationElement, *described);
+  for (const auto& window : windowsOf(*application)) {
+    const ZQAccessibilityElement windowElement(window->element());
+    if (windowElement.value<bool>("AXMain") != true) {
+      continue;
+    }
+    trace("Appending main widow change");
+    const auto describedWindow = describeUnlessBlackListed(windowElement);
+    if (!describedWindow) {
+      return;
+    }
+    recordFocus(windowElement, *describedWindow);
+  }
+  try {
+    service.startAppWatcher(application);
+  } catch (const std::exception& error) {
+    trace("Error: Could not watch app [" + activated.description + "]: " + error.what());
+  }
+  app = application;
+}
+
+std::optional<NameAndPath> ServiceState::describeUnlessBlackListed(const ZQAccessibilityElement& element) {
+  NameAndPath described{element.elementName(true), element.xPath(false, std::nullopt)};
+  if (!blackListManager.isXPathBlackListed(described.path)) {
+    return described;
+  }
+  tellDelegate([&](ZQLoggerDelegate& host) {
+    host.onBlackListed(described.name, described.path.fullPath, described.path.url, true);
+  });
+  return std::nullopt;
+}
+
+void ServiceState::recordFocus(const ZQAccessibilityElement& element, const NameAndPath& described) {
+  auto record = std::make_shared<ZQUILogFocusEvent>();
+  record->elementXpath = described.path.fullPath;
+  record->elementName = described.name;
+  record->elementControlType = element.elementControlType();
+  record->elementValue = cutForRecord(element.axValue());
+  setSurroundings(*record, element);
+  appendEvent(std::move(record), [](ZQUILogFocusEvent& focus, const EventLog::Stamp& stamp) {
+    focus.isRemoteControlEvent = stamp.lastWasRemote;
+  });
+}
+
+void ServiceState::moveWatcher(const std::shared_ptr<Application>& application) {
+  takeDownWatcher();
+  trace("startAppWatcher");
+  const Observer::Callback callback = [weak = service.weak_from_this()](Observer&,
+                                                                       const std::shared_ptr<UIElement>& element,
+                                                                       AXNotification notification) {
+    const auto alive = weak.lock();
+    if (alive == nullptr || alive->state_->paused) {
+      return;
+    }
+    ServiceState& state = *alive->state_;
+    state.perform([&] {
+      trace("ObjC.perform inside app.createObserver");
+      state.processFocusEvent(notification, element->element());
+    });
+  };
+  const auto created = application->createObserver(callback);
+  if (created == nullptr) {
+    throw AXError(port::ResultCode::invalidUIElementObserver);
+  }
+  observer = created;
+  for (const AXNotification notification : kWatched) {
+    observer->addNotification(notification, *application);
+  }
+}
+
+void ServiceState::takeDownWatcher() {
+  if (observer == nullptr || app == nullptr) {
+    return;
+  }
+  for (const AXNotification notification : kWatched) {
+    observer->removeNotification(notification, *app);
+  }
+  observer->stop();
+}
+
+void ServiceState::processFocusEvent(AXNotification notification, const port::ElementRef& elementRef) {
+  if (notification != AXNotification::focusedUIElementChanged && notification != AXNotification::mainWindowChanged) {
+    return;
+  }
+  trace("processFocusEvent");
+  const auto scope = platform->accessibility().openReadScope();
+  const ZQAccessibilityElement element(elementRef);
+  if (notification == AXNotification::focusedUIElementChanged) {
+    std::optional<ZQAccessibilityElement> previous;
+    {
+      const std::lock_guard lock(mutex);
+      previous = focusedElement;
+    }
+    if (previous && windowFrame(*previous) == element.frame()) {
+      return;
+    }
+    const std::lock_guard lock(mutex);
+    focusedElement = element;
+  }
+  if (const auto described = describeUnlessBlackListed(element)) {
+    trace("Appending focus event");
+    recordFocus(element, *described);
+  }
+}
+
+}  // namespace zqlogging

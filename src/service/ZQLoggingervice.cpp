@@ -1,0 +1,286 @@
+#include "zqlogging/ZQLoggingervice.h"
+
+#include <chrono>
+#include <stdexcept>
+#include <utility>
+
+#include "accessibility/AXError.h"
+#include "accessibility/SystemWideElement.h"
+#include "diagnostics/DeveloperTiers.h"
+#include "events/JsonObject.h"
+#include "service/ServiceState.h"
+#include "text/Text.h"
+
+namespace zqlogging {
+namespace {
+
+constexpr const char* kLogFileName = "/slog.json";
+constexpr std::chrono::seconds CHUNKS_INTERVAL{20};
+constexpr std::chrono::milliseconds kReadBackDelay{400};
+/// Seconds that a hit test waits for an application.
+constexpr float kMessagingTimeout = 0.1F;
+
+/// Reads a setting, lets the host change it, and writes it.
+template <class T, class Set>
+void modify(T value, const std::function<void(T&)>& change, const Set& set) {
+  change(value);
+  set(std::move(value));
+}
+
+void requireSharedOwner(const std::weak_ptr<ZQLoggingervice>& service) {
+  if (service.expired()) {
+    throw std::logic_error("ZQLoggingervice must be owned by a std::shared_ptr: create it with std::make_shared");
+  }
+}
+
+std::vector<std::string> valid(const std::vector<std::string>& texts) {
+  std::vector<std::string> result;
+  result.reserve(texts.size());
+  for (const std::string& text : texts) {
+    result.push_back(validUtf8(text));
+  }
+  return result;
+}
+
+}  // namespace
+
+ServiceState::ServiceState(ZQLoggingervice& owner, std::shared_ptr<port::Platform> desktop)
+    : service(owner),
+      platform(std::move(desktop)),
+      log(platform->cachesFolder() + kLogFileName, platform->clock()),
+      ocr(platform) {}
+
+ServiceState::~ServiceState() {
+  if (observer != nullptr && !platform->mainLoop().isMainThread()) {
+    // An observer belongs to the thread that made it.
+    platform->mainLoop().runSoon([desktop = platform, last = std::move(observer)]() mutable { last.reset(); });
+  }
+}
+
+ZQLoggingervice::ZQLoggingervice() : ZQLoggingervice(port::systemPlatform()) {}
+
+ZQLoggingervice::ZQLoggingervice(std::shared_ptr<port::Platform> platform)
+    : state_(std::make_unique<ServiceState>(*this, std::move(platform))) {}
+
+ZQLoggingervice::~ZQLoggingervice() = default;
+
+std::shared_ptr<ZQLoggerDelegate> ZQLoggingervice::delegate() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->delegate;
+}
+
+void ZQLoggingervice::setDelegate(std::shared_ptr<ZQLoggerDelegate> value) {
+  const std::lock_guard lock(state_->mutex);
+  state_->delegate.swap(value);  // the previous one is released after the lock
+}
+
+void ZQLoggingervice::modifyDelegate(const std::function<void(std::shared_ptr<ZQLoggerDelegate>&)>& change) {
+  modify(delegate(), change, [this](auto value) { setDelegate(std::move(value)); });
+}
+
+bool ZQLoggingervice::ocrEnabled() const { return state_->ocrEnabled; }
+
+void ZQLoggingervice::setOcrEnabled(bool value) {
+  requireSharedOwner(weak_from_this());
+  state_->ocrEnabled = value;
+  state_->prepareRecognition();
+}
+
+void ZQLoggingervice::modifyOcrEnabled(const std::function<void(bool&)>& change) {
+  modify(ocrEnabled(), change, [this](bool value) { setOcrEnabled(value); });
+}
+
+bool ZQLoggingervice::includeSiblings() const { return state_->includeSiblings; }
+
+void ZQLoggingervice::setIncludeSiblings(bool value) { state_->includeSiblings = value; }
+
+void ZQLoggingervice::modifyIncludeSiblings(const std::function<void(bool&)>& change) {
+  modify(includeSiblings(), change, [this](bool value) { setIncludeSiblings(value); });
+}
+
+bool ZQLoggingervice::iterateDOM() const { return state_->iterateDOM; }
+
+void ZQLoggingervice::setIterateDOM(bool value) { state_->iterateDOM = value; }
+
+void ZQLoggingervice::modifyIterateDOM(const std::function<void(bool&)>& change) {
+  modify(iterateDOM(), change, [this](bool value) { setIterateDOM(value); });
+}
+
+CGSize ZQLoggingervice::ocrDetectionSize() const { return state_->ocr.croppedFrameSize(); }
+
+void ZQLoggingervice::setOcrDetectionSize(CGSize value) { state_->ocr.setCroppedFrameSize(value); }
+
+void ZQLoggingervice::modifyOcrDetectionSize(const std::function<void(CGSize&)>& change) {
+  modify(ocrDetectionSize(), change, [this](CGSize value) { setOcrDetectionSize(value); });
+}
+
+bool ZQLoggingervice::debuLogging() const { return state_->debuLogging; }
+
+void ZQLoggingervice::setDebuLogging(bool value) {
+  state_->debuLogging = value;
+  std::vector<ZQDeveloperLogTier> tiers;
+  if (value) {
+    tiers.emplace_back(ZQDeveloperLogTier::enhancedlogging);
+  }
+  DeveloperTiers::set(std::move(tiers), state_->platform);
+}
+
+void ZQLoggingervice::modifyDebuLogging(const std::function<void(bool&)>& change) {
+  modify(debuLogging(), change, [this](bool value) { setDebuLogging(value); });
+}
+
+void ZQLoggingervice::mainAppChanged(const port::Notification& notification) {
+  requireSharedOwner(weak_from_this());
+  state_->perform([&] { state_->applicationActivated(notification); });
+}
+
+bool ZQLoggingervice::start(const std::string& sessionCode, const std::vector<std::string>& urls,
+                            const std::vector<std::string>& processes) {
+  requireSharedOwner(weak_from_this());
+  port::Platform& desktop = *state_->platform;
+  if (!checkAccessibilityPermission(false)) {
+    return false;
+  }
+  SystemWideElement::shared(desktop)->setMessagingTimeout(kMessagingTimeout);
+  if (state_->running) {
+    return false;
+  }
+  state_->running = true;
+  const std::uint64_t session = ++state_->sessions;
+  const std::string code = validUtf8(sessionCode);
+  // Everything scheduled below holds the service weakly: it is the host's alone to keep.
+  const auto weak = weak_from_this();
+  desktop.mainLoop().runAfter(kReadBackDelay, [weak, code] {
+    if (const auto alive = weak.lock()) {
+      alive->state_->perform([&] { alive->state_->readBackPreviousSession(code); });
+    }
+  });
+  state_->storeSessionCode(code);
+  state_->blackListManager.setLists(valid(urls), valid(processes));
+  desktop.mainLoop().runSoon([weak, session] {
+    const auto alive = weak.lock();
+    if (alive == nullptr || !alive->state_->running || alive->state_->sessions != session) {
+      return;
+    }
+    ServiceState& state = *alive->state_;
+    state.chunksTimer =
+        state.platform->mainLoop().startRepeatingTimer(CHUNKS_INTERVAL, [weak](const port::Timer& timer) {
+          if (const auto service = weak.lock()) {
+            service->state_->perform([&] { service->notifyChunkAvailable(timer); });
+          }
+        });
+  });
+
+  using Handler = void (ZQLoggingervice::*)(const port::Notification&);
+  const auto subscribe = [&](port::NotificationName name, Handler handler) {
+    state_->subscriptions.push_back(
+        desktop.workspace().subscribe(name, [weak, handler](const port::Notification& notification) {
+          if (const auto alive = weak.lock()) {
+            alive->state_->perform([&] { (alive.get()->*handler)(notification); });
+          }
+        }));
+  };
+  subscribe(port::NotificationName::didActivateApplication, &ZQLoggingervice::mainAppChanged);
+  subscribe(port::NotificationName::screenLocked, &ZQLoggingervice::screenLocked);
+  subscribe(port::NotificationName::screenUnlocked, &ZQLoggingervice::screenUnlocked);
+  subscribe(port::NotificationName::willPowerOff, &ZQLoggingervice::willPowerOff);
+  subscribe(port::NotificationName::willSleep, &ZQLoggingervice::didSleep);
+  subscribe(port::NotificationName::screensDidWake, &ZQLoggingervice::didWake);
+  return true;
+}
+
+void ZQLoggingervice::stop(std::function<void(bool)> completion) {
+  requireSharedOwner(weak_from_this());
+  state_->subscriptions.clear();
+  try {
+    state_->takeDownWatcher();
+  } catch (const AXError&) {  // the application may be gone; the stop goes on
+  }
+  const bool wasRunning = std::exchange(state_->running, false);
+  state_->platform->mainLoop().runSoon([weak = weak_from_this()] {
+    const auto alive = weak.lock();
+    if (alive != nullptr && !alive->state_->running) {
+      alive->state_->chunksTimer.reset();
+    }
+  });
+  state_->log.resetNumber();
+  if (wasRunning) {
+    state_->sendEvents(true, std::move(completion));
+  } else {
+    ServiceState::complete(*state_->platform, completion, false);
+  }
+}
+
+void ZQLoggingervice::pause() { state_->paused = true; }
+
+void ZQLoggingervice::resume() { state_->paused = false; }
+
+void ZQLoggingervice::setFrameForOcr(PixelBuffer frame) {
+  requireSharedOwner(weak_from_this());
+  std::optional<PixelBuffer> next = std::move(frame);
+  {
+    const std::lock_guard lock(state_->mutex);
+    state_->bufferForOcr.swap(next);  // the previous one is released after the lock
+  }
+  state_->prepareRecognition();
+}
+
+void ZQLoggingervice::processLocalEvent(std::uint64_t eventType, double x, double y, std::int64_t source,
+                                        const std::string& /*characters*/) {
+  if (!state_->paused) {
+    processExternalEvent(eventType, x, y, source, {});
+  }
+}
+
+void ZQLoggingervice::processExternalEvent(std::uint64_t eventType, double x, double y, std::int64_t source,
+                                           const std::string& characters) {
+  requireSharedOwner(weak_from_this());
+  state_->enqueue(ForwardedEvent{eventType, {x, y}, source, validUtf8(characters)});
+}
+
+void ZQLoggingervice::clearLogs() { state_->clearLogs(); }
+
+void ZQLoggingervice::willPowerOff(const port::Notification& /*notification*/) { state_->log.takeNumber(); }
+
+void ZQLoggingervice::didSleep(const port::Notification& /*notification*/) { state_->log.takeNumber(); }
+
+void ZQLoggingervice::didWake(const port::Notification& /*notification*/) { state_->log.takeNumber(); }
+
+void ZQLoggingervice::screenLocked(const port::Notification& /*notification*/) { state_->log.takeNumber(); }
+
+void ZQLoggingervice::screenUnlocked(const port::Notification& /*notification*/) { state_->log.takeNumber(); }
+
+void ZQLoggingervice::startAppWatcher(const std::shared_ptr<Application>& application) {
+  requireSharedOwner(weak_from_this());
+  state_->moveWatcher(application);
+}
+
+void ZQLoggingervice::logRemoteCommand(const std::string& cli, const std::string& role, const std::string& command,
+                                       const std::optional<std::string>& details) {
+  state_->recordRemoteCommand(cli, role, command, details);
+}
+
+void ZQLoggingervice::notifyChunkAvailable(const port::Timer& /*timer*/) {
+  requireSharedOwner(weak_from_this());
+  if (!state_->paused) {
+    state_->sendEvents(false, nullptr);
+  }
+}
+
+std::unique_ptr<JsonObject> ZQLoggingervice::convertToDictionary(std::string_view text) {
+  try {
+    auto object = JsonObject::parse(text);
+    return object ? std::make_unique<JsonObject>(std::move(*object)) : nullptr;
+  } catch (const DecodingError& error) {
+    state_->platform->logs().standardOutput(error.what());
+    return nullptr;
+  }
+}
+
+bool ZQLoggingervice::checkAccessibilityPermission(bool prompt) {
+  return UIElement::isProcessTrusted(*state_->platform, prompt);
+}
+
+bool checkIsProcessTrusted(bool prompt) { return UIElement::isProcessTrusted(*port::systemPlatform(), prompt); }
+
+}  // namespace zqlogging
