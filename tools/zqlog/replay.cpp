@@ -1,0 +1,69 @@
+#include <zqlogging/Scenario.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include "Commands.h"
+#include "ExitCode.h"
+
+namespace {
+
+std::string contentOf(const std::string& file) {
+  std::ifstream in(file, std::ios::binary);
+  const std::string content(std::istreambuf_iterator<char>(in), {});
+  // A folder opens, and fails at the first read.
+  if (!in) throw std::system_error(errno, std::generic_category());
+  return content;
+}
+
+/// One line about a fault, whatever the file or its keys are called.
+void complain(const std::string& file, const std::string& what) {
+  std::string line = "zqlog: " + file + ": " + what;
+  for (char& c : line) {
+    if (static_cast<unsigned char>(c) < 0x20) c = '?';
+  }
+  std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+void printLine(const std::string& line) {
+  std::fwrite(line.data(), 1, line.size(), stdout);
+  std::fputc('\n', stdout);
+  if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "standard output");
+}
+
+int replay(const std::string& file) {
+  std::unique_ptr<zqlogging::Scenario> scenario;
+  try {
+    scenario = std::make_unique<zqlogging::Scenario>(contentOf(file));
+  } catch (const std::exception& fault) {
+    complain(file, fault.what());
+    return exitBadInput;
+  }
+  try {
+    scenario->play(printLine);
+  } catch (const std::exception& failure) {
+    complain(file, failure.what());
+    return exitFailed;
+  }
+  return exitDone;
+}
+
+}  // namespace
+
+void addReplay(CLI::App& program, int& exitCode) {
+  auto* command = program.add_subcommand("replay", "Play a scenario on a desktop in memory, under a virtual clock");
+  command->footer(
+      "Prints what the host would see, one JSON object a line. Needs no display and no accessibility service.\n"
+      "Exit status: 0 the scenario ran; 1 it could not be carried on, e.g. for want of a temporary folder; 2 the file\n"
+      "cannot be read or is no scenario: standard error names it and the JSON pointer of the fault, and nothing ran.");
+  const auto file = std::make_shared<std::string>();
+  command->add_option("FILE", *file, "The scenario (docs/scenario-format.md)")->required();
+  command->callback([file, &exitCode] { exitCode = replay(*file); });
+}
