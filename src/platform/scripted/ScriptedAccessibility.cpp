@@ -28,7 +28,10 @@ class ObserverHandle final : public NotificationObserver {
   ResultCode removeNotification(const Element& element, const std::string& notification) override {
     const auto* scripted = dynamic_cast<const ScriptedElement*>(&element);
     if (!scripted) return ResultCode::illegalArgument;
-    if (const auto code = scripted->request(); code != ResultCode::success) return code;
+    const auto code = scripted->request();
+    // The registrations of an application end with it.
+    if (code == ResultCode::invalidUIElement) return ResultCode::notificationNotRegistered;
+    if (code != ResultCode::success) return code;
     return observer_->remove(scripted->node(), notification);
   }
   void hookIntoCurrentLoop() override { observer_->setHooked(true); }
