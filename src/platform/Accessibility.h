@@ -52,7 +52,8 @@ class Element {
   [[nodiscard]] virtual Result<ElementRef> copyElementAtPosition(float x, float y) const = 0;
 };
 
-/// Receives the notifications of one process. Created unhooked and without registrations; destroying it ends both.
+/// Receives the notifications of one process. Created unhooked and without registrations; destroying it ends both, and
+/// may happen inside its own callback.
 class NotificationObserver {
  public:
   virtual ~NotificationObserver() = default;
