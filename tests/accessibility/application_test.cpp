@@ -1,6 +1,7 @@
+#include "accessibility/Application.h"
+
 #include <gmock/gmock.h>
 
-#include "accessibility/Application.h"
 #include "accessibility/ThrownBy.h"
 #include "support/FakePlatform.h"
 
