@@ -1,0 +1,59 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace zqlogging::bench {
+
+/// One line of the result: how long `subject` takes in times of `control`, both measured in this run.
+struct Ratio {
+  std::string what;
+  std::string subject;
+  std::string control;
+  double budget;
+};
+
+/// Prints as usual and keeps each benchmark's time per item.
+class Keeper final : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& run : runs) {
+      if (run.error_occurred) continue;
+      const auto items = run.counters.find("items");
+      times_[run.run_name.function_name] =
+          run.real_accumulated_time / static_cast<double>(run.iterations) /
+          (items == run.counters.end() ? 1.0 : items->second.value);
+    }
+  }
+
+  void printRatios(const std::vector<Ratio>& ratios) const {
+    std::printf("\n%-58s %10s %8s %8s\n", "what (times of its control)", "time", "ratio", "budget");
+    for (const Ratio& ratio : ratios) {
+      const auto subject = times_.find(ratio.subject);
+      const auto control = times_.find(ratio.control);
+      if (subject == times_.end() || control == times_.end()) continue;
+      std::printf("%-58s %7.3f us %8.3f %8.3f\n", ratio.what.c_str(), subject->second * 1e6,
+                  subject->second / control->second, ratio.budget);
+    }
+  }
+
+ private:
+  std::map<std::string, double> times_;
+};
+
+/// Runs the benchmarks of the program and prints the ratios.
+inline int run(int argc, char** argv, const std::vector<Ratio>& ratios) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  Keeper keeper;
+  benchmark::RunSpecifiedBenchmarks(&keeper);
+  keeper.printRatios(ratios);
+  return 0;
+}
+
+}  // namespace zqlogging::bench
