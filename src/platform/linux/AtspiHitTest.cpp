@@ -1,0 +1,239 @@
+#include "platform/linux/AtspiHitTest.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "platform/linux/AtspiAttributes.h"
+#include "platform/linux/AtspiVocabulary.h"
+#include "platform/linux/WindowElement.h"
+
+namespace zqlogging {
+
+using port::ElementRef;
+using port::Result;
+using port::ResultCode;
+
+namespace {
+
+constexpr int mostSteps = 32;
+constexpr std::size_t mostWindowsProbed = 8;
+constexpr int deepestMenu = 10;
+constexpr std::size_t mostNodesSearched = 400;
+constexpr unsigned everything = AtspiReader::wantsName | AtspiReader::wantsValue | AtspiReader::wantsAncestors;
+
+double area(const CGRect& rect) { return std::max(0.0, rect.size.width) * std::max(0.0, rect.size.height); }
+
+/// How much two rectangles are the same: 1 when they are, 0 when they don't meet.
+double likeness(const CGRect& a, const CGRect& b) {
+  const double left = std::max(a.origin.x, b.origin.x), top = std::max(a.origin.y, b.origin.y);
+  const double right = std::min(a.origin.x + a.size.width, b.origin.x + b.size.width);
+  const double bottom = std::min(a.origin.y + a.size.height, b.origin.y + b.size.height);
+  const double common = area({{left, top}, {right - left, bottom - top}});
+  return common > 0 ? common / (area(a) + area(b) - common) : 0;
+}
+
+class HitTest {
+ public:
+  HitTest(LinuxAccessibility& accessibility, AtspiReader& reader, int x, int y, double seconds)
+      : accessibility_(accessibility), reader_(reader), x_(x), y_(y), seconds_(seconds) {
+    reader_.setPoint(x, y);
+  }
+
+  Result<ElementRef> run(std::optional<std::int32_t> pid) {
+    if (!accessibility_.windows().isAvailable()) return withoutStacking(pid);
+    const auto window = pid ? windowOf(*pid) : accessibility_.windows().windowAt(x_, y_);
+    if (!window) return ResultCode::noValue;
+    const auto roots = window->pid ? accessibility_.applications().rootsOf(*window->pid, reader_, seconds_)
+                                   : std::vector<AtspiObject>();
+    for (const AtspiObject& root : roots) reader_.ask(root, Fact::children);
+    for (const AtspiObject& root : roots) {
+      const auto windows = windowsOf(reader_, root, seconds_, true);
+      if (!windows) return windows.code;
+      const AtspiWindow* match = matchingWindow(windows.value, *window);
+      if (match) return finish(descend(match->object));
+      if (window->type == WindowStack::Type::toolTip) continue;
+      if (const auto item = openMenuItem(windows.value, window->frame)) return finish(*item);
+    }
+    return ElementRef(std::make_shared<WindowElement>(accessibility_, *window));
+  }
+
+ private:
+  bool containsPoint(const AtspiObject& object) {
+    reader_.askComponent(object, Fact::extents);
+    const auto* frame = reader_.read(object, Fact::extents, seconds_).as<CGRect>();
+    return frame && frame->contains({double(x_), double(y_)});
+  }
+
+  std::optional<WindowStack::Window> windowOf(std::int32_t pid) {
+    for (const WindowStack::Window& window : accessibility_.windows().windows()) {
+      if (window.pid == pid && window.frame.contains({double(x_), double(y_)})) return window;
+    }
+    return std::nullopt;
+  }
+
+  /// No X server to say what lies on top: the active window does, or else any that shows there.
+  Result<ElementRef> withoutStacking(std::optional<std::int32_t> pid) {
+    const auto roots = pid ? accessibility_.applications().rootsOf(*pid, reader_, seconds_)
+                           : accessibility_.applications().all(reader_, seconds_);
+    for (const AtspiObject& root : roots) reader_.ask(root, Fact::children);
+    std::optional<AtspiWindow> best;
+    for (const AtspiObject& root : roots) {
+      const auto windows = windowsOf(reader_, root, seconds_, true);
+      for (const AtspiWindow& window : windows.value) {
+        const bool isHere = has(window.states, stateShowing) && window.frame.contains({double(x_), double(y_)});
+        if (isHere && (!best || has(window.states, stateActive))) best = window;
+      }
+    }
+    return best ? finish(descend(best->object)) : Result<ElementRef>(ResultCode::noValue);
+  }
+
+  Result<ElementRef> finish(const Result<AtspiObject>& found) {
+    if (!found) return found.code;
+    reader_.want(found.value, everything | AtspiReader::wantsFrame | AtspiReader::wantsChildren);
+    return accessibility_.elementFor(found.value, reader_);
+  }
+
+  /// Toolkits answer with some container on the way: goes on from the answer until it no longer changes.
+  Result<AtspiObject> descend(AtspiObject current) {
+    for (int step = 0; step < mostSteps; ++step) {
+      reader_.want(current, everything);
+      reader_.askComponent(current, Fact::atPoint);
+      const AtspiAnswer& answer = reader_.read(current, Fact::atPoint, seconds_);
+      if (answer.code == ResultCode::cannotComplete) return answer.code;
+      const auto* below = answer.as<AtspiObject>();
+      std::optional<AtspiObject> next;
+      if (below && !below->isNull() && *below != current) {
+        // The answer may lie elsewhere, like the hidden page that is the child of a tab. Its own answer will be next.
+        reader_.want(*below, everything);
+        reader_.askComponent(*below, Fact::atPoint);
+        if (containsPoint(*below)) next = *below;
+      }
+      if (!next) next = inSelectedPage(current);
+      if (!next) break;
+      current = *next;
+    }
+    return current;
+  }
+
+  /// GTK finds the tabs of a notebook, but not what lies in its pages, which are the children of the tabs.
+  std::optional<AtspiObject> inSelectedPage(const AtspiObject& tabs) {
+    const auto* role = reader_.read(tabs, Fact::role, seconds_).as<std::uint32_t>();
+    if (!role || *role != rolePageTabList) return std::nullopt;
+    const auto* pages = reader_.read(tabs, Fact::children, seconds_).as<std::vector<AtspiObject>>();
+    if (!pages) return std::nullopt;
+    for (const AtspiObject& page : *pages) reader_.ask(page, Fact::states);
+    for (const AtspiObject& page : *pages) {
+      const auto* states = reader_.read(page, Fact::states, seconds_).as<AtspiStates>();
+      if (!states || !has(*states, stateSelected)) continue;
+      const auto* below = reader_.read(page, Fact::atPoint, seconds_).as<AtspiObject>();
+      if (below && !below->isNull() && *below != page && *below != tabs && containsPoint(*below)) return *below;
+    }
+    return std::nullopt;
+  }
+
+  /// The menus of a menu bar pop up in windows of their own that no application lists: their items are below the bar.
+  std::optional<AtspiObject> openMenuItem(const std::vector<AtspiWindow>& windows, const CGRect& popup) {
+    struct Node {
+      AtspiObject object;
+      bool inMenu;
+    };
+    std::vector<Node> level;
+    for (const AtspiWindow& window : windows) level.push_back({window.object, false});
+    std::vector<AtspiObject> menus;
+    std::size_t searched = 0;
+    for (int depth = 0; depth < deepestMenu && !level.empty(); ++depth) {
+      for (const Node& node : level) reader_.ask(node.object, Fact::children);
+      std::vector<Node> below;
+      for (const Node& node : level) {
+        const auto* children = reader_.read(node.object, Fact::children, seconds_).as<std::vector<AtspiObject>>();
+        if (!children) continue;
+        for (const AtspiObject& child : *children) below.push_back({child, node.inMenu});
+      }
+      if ((searched += below.size()) > mostNodesSearched) break;
+      for (const Node& node : below) {
+        for (const Fact fact : {Fact::role, Fact::states, Fact::childCount}) reader_.ask(node.object, fact);
+      }
+      level.clear();
+      for (const Node& node : below) {
+        const auto* role = reader_.read(node.object, Fact::role, seconds_).as<std::uint32_t>();
+        const auto* states = reader_.read(node.object, Fact::states, seconds_).as<AtspiStates>();
+        if (!role || !states || !has(*states, stateShowing)) continue;
+        const bool isMenu = *role == roleMenu || *role == rolePopupMenu;
+        if (isMenu && (!node.inMenu || has(*states, stateSelected))) {
+          reader_.askComponent(node.object, Fact::atPoint);
+          menus.push_back(node.object);
+        }
+        const bool mayHoldMenus = *role == roleMenuBar || (isMenu && (!node.inMenu || has(*states, stateSelected))) ||
+                                  roleRow(*role).role == "AXGroup" || roleRow(*role).role == "AXWindow";
+        if (mayHoldMenus) level.push_back({node.object, isMenu || *role == roleMenuBar});
+      }
+    }
+    std::optional<AtspiObject> found;
+    for (const AtspiObject& menu : menus) {
+      const auto* item = reader_.read(menu, Fact::atPoint, seconds_).as<AtspiObject>();
+      if (!item || item->isNull() || !containsPoint(*item)) continue;
+      const auto* frame = reader_.known(*item, Fact::extents)->as<CGRect>();
+      if (popup.contains(frame->origin)) found = *item;
+    }
+    return found;
+  }
+
+  LinuxAccessibility& accessibility_;
+  AtspiReader& reader_;
+  int x_, y_;
+  double seconds_;
+};
+
+}  // namespace
+
+Result<std::vector<AtspiWindow>> windowsOf(AtspiReader& reader, const AtspiObject& root, double seconds, bool probe) {
+  const AtspiAnswer& answer = reader.read(root, Fact::children, seconds);
+  const auto* children = answer.as<std::vector<AtspiObject>>();
+  if (!children) return answer.code;
+  for (const AtspiObject& child : *children) {
+    for (const Fact fact : {Fact::role, Fact::name, Fact::states}) reader.ask(child, fact);
+    reader.askComponent(child, Fact::extents);
+    if (probe && children->size() <= mostWindowsProbed) reader.askComponent(child, Fact::atPoint);
+  }
+  std::vector<AtspiWindow> windows;
+  for (const AtspiObject& child : *children) {
+    const AtspiAnswer& extents = reader.read(child, Fact::extents, seconds);
+    if (extents.code == ResultCode::cannotComplete) return extents.code;
+    const auto* role = reader.read(child, Fact::role, seconds).as<std::uint32_t>();
+    const auto* name = reader.read(child, Fact::name, seconds).as<std::string>();
+    const auto* states = reader.read(child, Fact::states, seconds).as<AtspiStates>();
+    const auto frame = frameFrom(extents);
+    if (role && frame) windows.push_back({child, *role, *frame, name ? *name : "", states ? *states : 0});
+  }
+  return windows;
+}
+
+const AtspiWindow* matchingWindow(const std::vector<AtspiWindow>& windows, const WindowStack::Window& window) {
+  constexpr double leastLikeness = 0.5, sameTitle = 0.25;
+  const AtspiWindow* best = nullptr;
+  double bestScore = leastLikeness;
+  for (const AtspiWindow& candidate : windows) {
+    const double alike =
+        std::max(likeness(candidate.frame, window.frame), likeness(candidate.frame, window.clientFrame));
+    const double score = alike + (!window.title.empty() && candidate.name == window.title ? sameTitle : 0);
+    if (alike >= leastLikeness && score > bestScore) {
+      best = &candidate;
+      bestScore = score;
+    }
+  }
+  return best;
+}
+
+Result<ElementRef> elementAtPoint(LinuxAccessibility& accessibility, float x, float y, std::optional<std::int32_t> pid,
+                                  double seconds) {
+  constexpr float limit = std::numeric_limits<std::int16_t>::max();  // of the X server's coordinates
+  if (!std::isfinite(x) || !std::isfinite(y)) return ResultCode::illegalArgument;
+  if (std::fabs(x) > limit || std::fabs(y) > limit) return ResultCode::noValue;
+  return accessibility.withReader([&](AtspiReader& reader) {
+    return HitTest(accessibility, reader, static_cast<int>(std::floor(x)), static_cast<int>(std::floor(y)), seconds)
+        .run(pid);
+  });
+}
+
+}  // namespace zqlogging

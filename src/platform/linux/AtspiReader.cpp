@@ -1,0 +1,423 @@
+#include "platform/linux/AtspiReader.h"
+
+#include <algorithm>
+
+#include "platform/linux/AtspiApplications.h"
+#include "platform/linux/AtspiStatistics.h"
+#include "platform/linux/AtspiVocabulary.h"
+
+namespace zqlogging {
+
+using port::ResultCode;
+
+namespace {
+
+constexpr std::uint64_t mostLost = 250'000;  // microseconds that one burst may lose to applications that do not answer
+constexpr std::uint64_t mostWaited = 1'000'000;  // and that it may wait in all
+constexpr int mostCharacters = 4096;
+constexpr int longestList = 500;   // children that are fetched in one call
+constexpr int longListPart = 100;  // children that are fetched of a longer list
+
+std::size_t indexOf(Fact fact) { return static_cast<std::size_t>(fact); }
+
+bool hasInterface(const AtspiAnswer& interfaces, std::string_view name) {
+  const auto* list = interfaces.as<std::vector<std::string>>();
+  return list && std::find(list->begin(), list->end(), name) != list->end();
+}
+
+}  // namespace
+
+AtspiReader::AtspiReader(AtspiBus& bus, AtspiApplications& applications)
+    : applications_(applications), links_(bus.links()) {}
+
+void AtspiReader::setPoint(int x, int y) {
+  if (x == x_ && y == y_) return;
+  x_ = x;
+  y_ = y;
+  for (auto& [object, entry] : entries_) {
+    entry.answers[indexOf(Fact::atPoint)].reset();
+    entry.asked.reset(indexOf(Fact::atPoint));
+  }
+}
+
+const AtspiAnswer* AtspiReader::known(const AtspiObject& object, Fact fact) {
+  const auto found = entries_.find(object);
+  if (found == entries_.end()) return nullptr;
+  const auto& answer = found->second.answers[indexOf(fact)];
+  return answer ? &*answer : nullptr;
+}
+
+bool AtspiReader::isWanted(const AtspiObject& object) {
+  const auto found = entries_.find(object);
+  return found != entries_.end() && found->second.wants;
+}
+
+bool AtspiReader::isKnownParent(const AtspiObject& object) {
+  const auto found = entries_.find(object);
+  return found != entries_.end() && found->second.isParent;
+}
+
+const AtspiAnswer& AtspiReader::read(const AtspiObject& object, Fact fact, double seconds) {
+  ask(object, fact);
+  auto& answer = entries_[object].answers[indexOf(fact)];
+  while (!answer) {
+    if (!wait(seconds)) answer.emplace(AtspiAnswer{ResultCode::failure, {}});
+  }
+  return *answer;
+}
+
+AtspiAnswer AtspiReader::readChildren(const AtspiObject& object, int index, int most, double seconds) {
+  const AtspiAnswer& count = read(object, Fact::childCount, seconds);
+  const auto* number = count.as<std::int32_t>();
+  if (!number) return {count.code, {}};
+  const int end = std::min(*number, most < longestList ? index + most : index + longestList);
+  Entry& entry = entries_[object];
+  for (int i = index; i < end; ++i) askChildAt(object, entry, i);
+  while (std::any_of(entry.childAt.begin(), entry.childAt.end(), [](const auto& one) { return !one.second; })) {
+    if (!wait(seconds)) break;
+  }
+  std::vector<AtspiObject> children;
+  for (int i = index; i < end; ++i) {
+    const auto& answer = entry.childAt[i];
+    const auto* child = answer ? answer->as<AtspiObject>() : nullptr;
+    if (child && !child->isNull()) children.push_back(*child);
+  }
+  return {ResultCode::success, std::move(children)};
+}
+
+void AtspiReader::want(const AtspiObject& object, unsigned wants) {
+  Entry& entry = entries_[object];
+  if ((entry.wants & wants) == wants) return;
+  entry.wants |= wants;
+  settle(object);
+}
+
+std::optional<AtspiAnswer> AtspiReader::answerWithoutAsking(const AtspiObject& object, Fact fact) {
+  if (!links_) return AtspiAnswer{ResultCode::apiDisabled, {}};
+  if (object.isNull() || object.bus != links_->busNumber) return AtspiAnswer{ResultCode::invalidUIElement, {}};
+  if (givenUp_.contains(object.application)) return AtspiAnswer{ResultCode::cannotComplete, {}};
+  if (applications_.lacks(object, fact)) return AtspiAnswer{ResultCode::attributeUnsupported, {}};
+  return std::nullopt;
+}
+
+void AtspiReader::askComponent(const AtspiObject& object, Fact fact) {
+  entries_[object].hasComponent = true;
+  ask(object, fact);
+}
+
+void AtspiReader::ask(const AtspiObject& object, Fact fact) {
+  Entry& entry = entries_[object];
+  const std::size_t index = indexOf(fact);
+  if (entry.answers[index] || entry.asked[index]) return;
+  entry.deferred.reset(index);
+  if (auto answer = answerWithoutAsking(object, fact)) {
+    entry.answers[index] = std::move(answer);
+    return;
+  }
+  AtspiArguments arguments{x_, y_};
+  if (!askPreconditions(object, entry, fact, arguments)) {
+    if (!entry.answers[index]) entry.deferred.set(index);
+    return;
+  }
+  entry.asked.set(index);
+  questions_.push_back({object, fact, arguments});
+}
+
+/// Whether the fact may be asked for now. If not, either the preconditions have been asked for, or the answer follows
+/// from them and has been kept.
+bool AtspiReader::askPreconditions(const AtspiObject& object, Entry& entry, Fact fact, AtspiArguments& arguments) {
+  const auto need = [&](Fact precondition) -> const AtspiAnswer* {
+    ask(object, precondition);
+    const auto& answer = entry.answers[indexOf(precondition)];
+    return answer ? &*answer : nullptr;
+  };
+  const auto settleAs = [&](AtspiAnswer answer) {
+    entry.answers[indexOf(fact)] = std::move(answer);
+    return false;
+  };
+
+  const std::string_view interface = requiredInterface(fact);
+  const bool isComponentFact = fact == Fact::extents || fact == Fact::atPoint;
+  if (!interface.empty() && !(isComponentFact && entry.hasComponent)) {
+    const AtspiAnswer* interfaces = need(Fact::interfaces);
+    if (!interfaces) return false;
+    if (interfaces->code != ResultCode::success) return settleAs({interfaces->code, {}});
+    if (!hasInterface(*interfaces, interface)) return settleAs({ResultCode::attributeUnsupported, {}});
+  }
+  if (fact == Fact::text) {
+    arguments.x = mostCharacters;
+    const AtspiAnswer* role = need(Fact::role);
+    if (!role) return false;
+    const auto* number = role->as<std::uint32_t>();
+    if (!number) return settleAs({role->code, {}});
+    const RoleRow& row = roleRow(*number);
+    if (row.value == ValueSource::secret) return settleAs({ResultCode::noValue, {}});
+    if (row.depends == RoleDepends::multiLine || row.role == "AXTextArea") {
+      // Some text areas answer nothing when asked for more characters than they have.
+      const AtspiAnswer* count = need(Fact::characterCount);
+      if (!count) return false;
+      if (const auto* characters = count->as<std::int32_t>()) arguments.x = std::min(*characters, mostCharacters);
+    }
+  }
+  const bool listsWindows = object.path == AtspiObject::rootPath;  // these are never many
+  if (fact == Fact::children && !listsWindows) {
+    const AtspiAnswer* count = need(Fact::childCount);
+    if (!count) return false;
+    const auto* number = count->as<std::int32_t>();
+    if (!number) return settleAs({count->code, {}});
+    if (*number == 0) return settleAs({ResultCode::success, std::vector<AtspiObject>()});
+    if (*number > longestList) {
+      std::vector<AtspiObject> children;
+      bool complete = true;
+      for (int i = 0; i < longListPart; ++i) {
+        complete = askChildAt(object, entry, i) && complete;
+        const auto& answer = entry.childAt[i];
+        const auto* child = answer ? answer->as<AtspiObject>() : nullptr;
+        if (child && !child->isNull()) children.push_back(*child);
+      }
+      return complete && settleAs({ResultCode::success, std::move(children)});
+    }
+  }
+  return true;
+}
+
+/// Whether the answer is there already.
+bool AtspiReader::askChildAt(const AtspiObject& object, Entry& entry, int index) {
+  const auto [place, isNew] = entry.childAt.try_emplace(index);
+  if (!isNew) return place->second.has_value();
+  place->second = answerWithoutAsking(object, Fact::childAt);
+  if (place->second) return true;
+  questions_.push_back({object, Fact::childAt, {index, 0}});
+  return false;
+}
+
+/// Asks what follows from the answers that are known now.
+void AtspiReader::settle(const AtspiObject& object) {
+  unsettled_.push_back(object);
+  if (unsettled_.size() > 1) return;  // the loop below runs already
+  for (std::size_t i = 0; i < unsettled_.size(); ++i) {
+    const AtspiObject current = unsettled_[i];
+    Entry& entry = entries_[current];
+    for (std::size_t fact = 0; fact < factCount; ++fact) {
+      if (entry.deferred[fact]) ask(current, static_cast<Fact>(fact));
+    }
+    if (entry.wants) plan(current, entry);
+  }
+  unsettled_.clear();
+}
+
+void AtspiReader::plan(const AtspiObject& object, Entry& entry) {
+  const auto answered = [&](Fact fact) -> const AtspiAnswer* {
+    ask(object, fact);
+    const auto& answer = entry.answers[indexOf(fact)];
+    return answer ? &*answer : nullptr;
+  };
+
+  if (entry.wants & wantsFrame) ask(object, Fact::extents);
+  if (entry.wants & wantsChildren) ask(object, Fact::children);
+  if (!(entry.wants & (wantsName | wantsValue | wantsAncestors))) return;
+  for (const Fact fact : {Fact::role, Fact::name, Fact::description, Fact::helpText}) ask(object, fact);
+  if (entry.wants & wantsAncestors) ask(object, Fact::parent);
+
+  const AtspiAnswer* role = answered(Fact::role);
+  const AtspiAnswer* name = answered(Fact::name);
+  const auto* number = role ? role->as<std::uint32_t>() : nullptr;
+  if (!number || !name) return;
+  const RoleRow& row = roleRow(*number);
+  const auto* text = name->as<std::string>();
+  const bool nameless = !text || text->empty();
+
+  if (row.depends == RoleDepends::multiLine) ask(object, Fact::states);
+  if (row.depends == RoleDepends::webRole) ask(object, Fact::objectAttributes);
+  const bool namedByValue = nameless && (row.value == ValueSource::text || row.value == ValueSource::leafText ||
+                                         row.value == ValueSource::choice);
+  if ((entry.wants & wantsValue) || namedByValue) planValue(object, entry);
+  if (row.labelled && nameless) {
+    ask(object, Fact::objectAttributes);
+    const AtspiAnswer* relations = answered(Fact::relations);
+    const auto* list = relations ? relations->as<std::vector<AtspiRelation>>() : nullptr;
+    if (list) {
+      for (const AtspiRelation& relation : *list) {
+        if (relation.type == relationLabelledBy && !relation.targets.empty()) want(relation.targets.front(), wantsName);
+      }
+    }
+  }
+  if (entry.wants & wantsAncestors) {
+    if (row.role == "AXWindow") askComponent(object, Fact::extents);
+    const AtspiAnswer* parent = answered(Fact::parent);
+    const auto* above = parent ? parent->as<AtspiObject>() : nullptr;
+    if (above && *number != roleApplication && !above->isNull()) {
+      entries_[*above].isParent = true;
+      want(*above, wantsName | wantsValue | wantsAncestors);
+    }
+  }
+}
+
+void AtspiReader::planValue(const AtspiObject& object, Entry& entry) {
+  const RoleRow& row = roleRow(*entry.answers[indexOf(Fact::role)]->as<std::uint32_t>());
+  switch (row.value) {
+    case ValueSource::none:
+    case ValueSource::secret:
+      return;
+    case ValueSource::text:
+      return ask(object, Fact::text);
+    case ValueSource::leafText: {
+      if (entry.isParent) return;
+      ask(object, Fact::childCount);
+      const auto& count = entry.answers[indexOf(Fact::childCount)];
+      const auto* number = count ? count->as<std::int32_t>() : nullptr;
+      if (number && *number == 0) ask(object, Fact::text);
+      return;
+    }
+    case ValueSource::number:
+      return ask(object, Fact::currentValue);
+    case ValueSource::checked:
+    case ValueSource::selected:
+      return ask(object, Fact::states);
+    case ValueSource::choice: {
+      ask(object, Fact::selectedChild);
+      const auto& selected = entry.answers[indexOf(Fact::selectedChild)];
+      const auto* child = selected ? selected->as<AtspiObject>() : nullptr;
+      if (child && !child->isNull()) ask(*child, Fact::name);
+      return;
+    }
+  }
+}
+
+bool AtspiReader::wait(double seconds) {
+  if (questions_.empty()) return false;
+  std::vector<std::unique_ptr<Call>> calls;
+  // Finding the way to an application may add a question.
+  for (std::size_t i = 0; i < questions_.size(); ++i) {
+    auto call = std::make_unique<Call>();
+    call->reader = this;
+    call->question = questions_[i];
+    call->link = linkTo(call->question.object, call->question.fact);
+    calls.push_back(std::move(call));
+  }
+  questions_.clear();
+
+  unanswered_ = 0;
+  for (const auto& call : calls) {
+    if (send(*call)) ++unanswered_;
+  }
+  AtspiStatistics::calls += unanswered_;
+  ++AtspiStatistics::waits;
+
+  const std::uint64_t start = monotonicMicroseconds();
+  const std::uint64_t left = std::min(mostLost - std::min(lost_, mostLost), mostWaited - std::min(waited_, mostWaited));
+  const std::uint64_t deadline = start + std::min(static_cast<std::uint64_t>(seconds * 1e6), left);
+  for (;;) {
+    std::vector<AtspiLink*> links;
+    for (const auto& call : calls) {
+      if (!call->answered && std::find(links.begin(), links.end(), call->link) == links.end())
+        links.push_back(call->link);
+    }
+    for (AtspiLink* link : links) {
+      if (!link->process()) sendAgain(link, calls);
+    }
+    if (!unanswered_ || monotonicMicroseconds() >= deadline) break;
+    waitForLinks(links, deadline);
+  }
+  const std::uint64_t took = monotonicMicroseconds() - start;
+  waited_ += took;
+  if (unanswered_) {
+    ++AtspiStatistics::timeOuts;
+    lost_ += took;
+    giveUp(calls);
+  }
+  for (const auto& call : calls) settle(call->question.object);
+  return true;
+}
+
+AtspiLink* AtspiReader::linkTo(const AtspiObject& object, Fact fact) {
+  if (fact == Fact::processId || !object.application.starts_with(':')) return links_->bus.get();
+  if (const auto found = links_->direct.find(object.application); found != links_->direct.end()) {
+    return found->second.get();
+  }
+  const auto address = applications_.directAddress(object);
+  if (!address) {
+    ask({object.application, AtspiObject::rootPath, object.bus}, Fact::directAddress);
+  } else if (!address->empty()) {
+    if (auto link = AtspiLink::open(*address, AtspiLink::Peer::application)) {
+      return links_->direct.emplace(object.application, std::move(link)).first->second.get();
+    }
+    applications_.setDirectAddress(object, {});
+  }
+  return links_->bus.get();
+}
+
+bool AtspiReader::send(Call& call) {
+  const Question& question = call.question;
+  const SdBusMessagePtr message(newCall(call.link->bus(), question.fact, question.object, question.arguments));
+  sd_bus_slot* slot = nullptr;
+  if (!message || sd_bus_call_async(call.link->bus(), &slot, message.get(), receive, &call, UINT64_MAX) < 0) {
+    call.answered = true;
+    keep(question, {ResultCode::cannotComplete, {}});
+    return false;
+  }
+  call.slot.reset(slot);
+  return true;
+}
+
+int AtspiReader::receive(sd_bus_message* reply, void* data, sd_bus_error* /*error*/) {
+  Call& call = *static_cast<Call*>(data);
+  AtspiReader& reader = *call.reader;
+  if (call.link != reader.links_->bus.get() && sd_bus_message_is_method_error(reply, SD_BUS_ERROR_NO_REPLY)) {
+    return 0;  // the direct connection is lost; the bus knows more
+  }
+  call.answered = true;
+  --reader.unanswered_;
+  reader.keep(call.question, readAnswer(reply, call.question.fact, reader.busNumber()));
+  return 0;
+}
+
+void AtspiReader::keep(const Question& question, AtspiAnswer answer) {
+  const auto& [object, fact, arguments] = question;
+  if (fact == Fact::directAddress) {
+    const auto* address = answer.as<std::string>();
+    applications_.setDirectAddress(object, address ? *address : std::string());
+  }
+  const bool mayBeLacking = fact == Fact::helpText || fact == Fact::accessibleId;
+  if (mayBeLacking && answer.code == ResultCode::attributeUnsupported) applications_.setLacks(object, fact);
+  const bool isGone = answer.code == ResultCode::invalidUIElement && object.path == AtspiObject::rootPath;
+  if (isGone) applications_.forget(object);
+  Entry& entry = entries_[object];
+  if (fact == Fact::childAt) {
+    entry.childAt[arguments.x] = std::move(answer);
+  } else {
+    entry.answers[indexOf(fact)] = std::move(answer);
+  }
+}
+
+/// The direct connection to an application is lost: what it has not answered is asked through the bus.
+void AtspiReader::sendAgain(AtspiLink* lost, std::vector<std::unique_ptr<Call>>& calls) {
+  const bool isBus = lost == links_->bus.get();
+  for (const auto& call : calls) {
+    if (call->answered || call->link != lost) continue;
+    call->slot.reset();
+    call->link = links_->bus.get();
+    if (isBus) {
+      call->answered = true;
+      keep(call->question, {ResultCode::cannotComplete, {}});
+    } else {
+      applications_.setDirectAddress(call->question.object, {});
+    }
+    if (isBus || !send(*call)) --unanswered_;
+  }
+  std::erase_if(links_->direct, [&](const auto& entry) { return entry.second.get() == lost; });
+}
+
+/// The wait has run out.
+void AtspiReader::giveUp(std::vector<std::unique_ptr<Call>>& calls) {
+  for (const auto& call : calls) {
+    if (call->answered) continue;
+    call->slot.reset();
+    const AtspiObject& object = call->question.object;
+    givenUp_.insert(object.application);
+    keep(call->question, {ResultCode::cannotComplete, {}});
+    links_->direct.erase(object.application);
+  }
+}
+
+}  // namespace zqlogging

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "platform/Accessibility.h"
+#include "platform/Platform.h"
+#include "platform/linux/AtspiApplications.h"
+#include "platform/linux/AtspiBus.h"
+#include "platform/linux/AtspiReader.h"
+#include "platform/linux/WindowStack.h"
+
+namespace zqlogging {
+
+/// The accessibility service of the Linux desktop: AT-SPI over D-Bus, and the X server for what lies on top of what.
+class LinuxAccessibility : public port::Accessibility {
+ public:
+  explicit LinuxAccessibility(port::Platform& platform);
+  ~LinuxAccessibility() override;
+
+  bool isProcessTrusted(bool prompt) override;
+  port::ElementRef createSystemWideElement() override;
+  port::ElementRef createApplicationElement(std::int32_t pid) override;
+  port::Result<std::unique_ptr<port::NotificationObserver>> createObserver(
+      std::int32_t pid, port::NotificationCallback callback) override;
+  std::unique_ptr<port::ReadScope> openReadScope() override;
+  void expectReads(std::span<const port::ElementRef> elements) override;
+
+  port::Platform& platform() { return platform_; }
+  AtspiBus& bus() { return bus_; }
+  AtspiApplications& applications() { return applications_; }
+  WindowStack& windows() { return windows_; }
+
+  /// Runs reads with the burst that the calling thread has open, or else with one of their own.
+  template <class Reads>
+  auto withReader(Reads reads) {
+    if (AtspiReader* open = openReader()) return reads(*open);
+    AtspiReader own(bus_, applications_);
+    return reads(own);
+  }
+  /// The burst that the calling thread has open, or null.
+  AtspiReader* openReader();
+
+  /// Seconds to wait for an answer about an element that has no time-out of its own.
+  double messagingTimeout() const { return messagingTimeout_; }
+  void setMessagingTimeout(float seconds);
+
+  /// The element of an object of the bus.
+  port::ElementRef elementFor(const AtspiObject& object, AtspiReader& reader);
+
+ private:
+  port::Platform& platform_;
+  AtspiBus bus_;
+  AtspiApplications applications_;
+  WindowStack windows_;
+  std::atomic<float> messagingTimeout_;
+};
+
+}  // namespace zqlogging
