@@ -1,5 +1,7 @@
 #include "scenario/DesktopReader.h"
 
+#include <rapidjson/document.h>
+
 #include <cmath>
 #include <functional>
 #include <string>

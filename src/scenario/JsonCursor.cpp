@@ -1,5 +1,6 @@
 #include "scenario/JsonCursor.h"
 
+#include <rapidjson/document.h>
 #include <rapidjson/error/en.h>
 #include <rapidjson/memorystream.h>
 
@@ -49,6 +50,10 @@ JsonCursor JsonCursor::parse(std::string_view json, rapidjson::Document& documen
 }
 
 void JsonCursor::fail(const std::string& message) const { throw ScenarioError(pointer_, message); }
+
+bool JsonCursor::isNull() const { return value_->IsNull(); }
+
+bool JsonCursor::isString() const { return value_->IsString(); }
 
 std::string JsonCursor::string() const {
   if (!value_->IsString()) fail("expected a string");

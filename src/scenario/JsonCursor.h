@@ -1,6 +1,6 @@
 #pragma once
 
-#include <rapidjson/document.h>
+#include <rapidjson/fwd.h>
 
 #include <cstdint>
 #include <optional>
@@ -21,9 +21,8 @@ class JsonCursor {
 
   [[noreturn]] void fail(const std::string& message) const;
 
-  [[nodiscard]] bool isNull() const { return value_->IsNull(); }
-  [[nodiscard]] bool isString() const { return value_->IsString(); }
-  [[nodiscard]] bool isObject() const { return value_->IsObject(); }
+  [[nodiscard]] bool isNull() const;
+  [[nodiscard]] bool isString() const;
   [[nodiscard]] const rapidjson::Value& raw() const { return *value_; }
 
   [[nodiscard]] std::string string() const;

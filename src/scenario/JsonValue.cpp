@@ -1,5 +1,6 @@
 #include "scenario/JsonValue.h"
 
+#include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 

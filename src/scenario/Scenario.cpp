@@ -1,5 +1,7 @@
 #include "zqlogging/Scenario.h"
 
+#include <rapidjson/document.h>
+
 #include <utility>
 #include <vector>
 

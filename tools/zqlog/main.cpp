@@ -9,11 +9,12 @@ int main(int argc, char** argv) {
   program.footer(
       "Exit status: 0 done, 1 failed while running, 2 the command line or an input file is at fault.\n"
       "'zqlog COMMAND --help' tells more about a command.");
-  program.require_subcommand(1);
+  program.require_subcommand(0, 1);  // so that an unknown command is complained about by its name
   int exitCode = exitDone;
   addReplay(program, exitCode);
   try {
     program.parse(argc, argv);
+    if (program.get_subcommands().empty()) throw CLI::RequiredError("A command");
   } catch (const CLI::ParseError& error) {
     return program.exit(error) == 0 ? exitDone : exitBadInput;
   } catch (const std::exception& error) {

@@ -1,10 +1,9 @@
 #include <zqlogging/Scenario.h>
 
 #include <CLI/CLI.hpp>
+#include <array>
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -15,11 +14,13 @@
 
 namespace {
 
-std::string contentOf(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  const std::string content(std::istreambuf_iterator<char>(in), {});
-  // A folder opens, and fails at the first read.
-  if (!in) throw std::system_error(errno, std::generic_category());
+std::string contentOf(const std::string& path) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
+  std::string content;
+  std::array<char, 65536> part{};
+  std::size_t count = 0;
+  while (file && (count = std::fread(part.data(), 1, part.size(), file.get())) > 0) content.append(part.data(), count);
+  if (!file || std::ferror(file.get()) != 0) throw std::system_error(errno, std::generic_category(), "cannot be read");
   return content;
 }
 
