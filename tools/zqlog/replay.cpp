@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
@@ -33,7 +34,21 @@ void complain(const std::string& file, const std::string& what) {
   std::fprintf(stderr, "%s\n", line.c_str());
 }
 
+volatile std::sig_atomic_t interrupted = 0;
+
+/// Lets an interrupted play end as a failed one does, so that its temporary folder is removed. A second signal ends
+/// the program at once.
+void catchInterruptions() {
+  struct sigaction action = {};
+  action.sa_handler = [](int) { interrupted = 1; };
+  action.sa_flags = SA_RESETHAND;
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+  std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is then an error of the line that is written
+}
+
 void printLine(const std::string& line) {
+  if (interrupted != 0) throw std::runtime_error("interrupted");
   std::fwrite(line.data(), 1, line.size(), stdout);
   std::fputc('\n', stdout);
   if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "standard output");
@@ -47,6 +62,7 @@ int replay(const std::string& file) {
     complain(file, fault.what());
     return exitBadInput;
   }
+  catchInterruptions();
   try {
     scenario->play(printLine);
   } catch (const std::exception& failure) {

@@ -22,7 +22,6 @@ class VirtualTime::RepeatingTimer final : public Timer {
 class VirtualTime::TimerHandle final : public Timer {
  public:
   explicit TimerHandle(std::shared_ptr<RepeatingTimer> timer) : timer_(std::move(timer)) {}
-  ~TimerHandle() override { timer_->invalidate(); }
   void invalidate() override { timer_->invalidate(); }
 
  private:
