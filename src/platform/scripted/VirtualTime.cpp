@@ -7,6 +7,16 @@ namespace zqlogging::port {
 
 using std::chrono::nanoseconds;
 
+namespace {
+
+/// The clock stops, after some hundred years, before it could run over.
+nanoseconds after(nanoseconds now, nanoseconds duration) {
+  constexpr nanoseconds end = nanoseconds::max() / 2;
+  return duration < end - now ? now + duration : end;
+}
+
+}  // namespace
+
 /// Shared by the handle that the caller owns and by the loop, so that it survives being ended while it fires.
 class VirtualTime::RepeatingTimer final : public Timer {
  public:
@@ -57,7 +67,7 @@ bool VirtualTime::runQueued() {
 
 void VirtualTime::advance(nanoseconds duration, const std::function<void()>& settle) {
   std::unique_lock lock(mutex_);
-  const nanoseconds target = now_ + duration;
+  const nanoseconds target = after(now_, duration);
   while (!due_.empty() && due_.begin()->first.first <= target) {
     auto next = due_.extract(due_.begin());
     now_ = std::max(now_, next.key().first);
@@ -71,7 +81,7 @@ void VirtualTime::advance(nanoseconds duration, const std::function<void()>& set
 
 void VirtualTime::pass(nanoseconds duration) {
   const std::lock_guard lock(mutex_);
-  now_ += duration;
+  now_ = after(now_, duration);
 }
 
 bool VirtualTime::isMainThread() const {

@@ -87,7 +87,7 @@ TEST_F(ScriptedAccessibilityTest, NotificationsReachHookedObserversThatRegistere
   notify("AXMoved", "one");
   notify("AXMoved", "two");
   notify("AXResized", "two");
-  notify("AXResized", "two", 2);
+  notify("AXMoved", "one", 2);
   EXPECT_THAT(delivered, ElementsAre("one AXMoved", "two AXResized"));
 
   EXPECT_EQ(observer->removeNotification(*one, "AXMoved"), ResultCode::success);
