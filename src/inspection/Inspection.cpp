@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <vector>
@@ -13,6 +14,12 @@ namespace {
 
 std::runtime_error failure(const std::string& what, port::ResultCode code) {
   return std::runtime_error(what + ": " + AXError(code).description());
+}
+
+void requireAccessibility(port::Platform& desktop) {
+  if (!desktop.accessibility().isProcessTrusted(false)) {
+    throw std::runtime_error("the accessibility service does not answer, or does not admit this process");
+  }
 }
 
 std::optional<CGRect> frameOf(const ZQAccessibilityElement& element) {
@@ -88,6 +95,7 @@ CGPoint pointFromTopLeft(port::Platform& desktop, CGPoint topLeft) {
 
 std::optional<ElementDescription> describeElementAt(port::Platform& desktop, double x, double y) {
   try {
+    requireAccessibility(desktop);
     const auto scope = desktop.accessibility().openReadScope();
     const auto found = desktop.accessibility().createSystemWideElement()->copyElementAtPosition(static_cast<float>(x),
                                                                                                 static_cast<float>(y));
@@ -106,13 +114,15 @@ std::optional<ElementDescription> describeElementAt(port::Platform& desktop, dou
 std::string describeApplication(port::Platform& desktop, int pid, int maxElements) {
   const std::string process = "process " + std::to_string(pid);
   try {
-    if (!desktop.workspace().runningApplication(pid)) {
+    requireAccessibility(desktop);
+    const auto running = desktop.workspace().runningApplications();
+    if (std::none_of(running.begin(), running.end(), [pid](const auto& each) { return each.pid == pid; })) {
       throw std::runtime_error(process + " is no running application");
     }
     const auto scope = desktop.accessibility().openReadScope();
     const port::ElementRef root = desktop.accessibility().createApplicationElement(pid);
-    if (const auto role = root->copyAttributeValue("AXRole"); !role) {
-      throw failure(process + " does not answer the accessibility service", role.code);
+    if (const auto children = root->copyAttributeValue("AXChildren"); !children) {
+      throw failure(process + " does not answer the accessibility service", children.code);
     }
     struct Pending {
       port::ElementRef element;

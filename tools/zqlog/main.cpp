@@ -11,6 +11,8 @@ int main(int argc, char** argv) {
       "'zqlog COMMAND --help' tells more about a command.");
   program.require_subcommand(0, 1);  // so that an unknown command is complained about by its name
   int exitCode = exitDone;
+  addRecord(program, exitCode);
+  addInspect(program, exitCode);
   addReplay(program, exitCode);
   try {
     program.parse(argc, argv);
