@@ -27,9 +27,9 @@ std::string executableName(std::int32_t pid) {
   return name;
 }
 
-bool exists(std::int32_t pid) { return pid > 0 && (kill(pid, 0) == 0 || errno != ESRCH); }
-
 }  // namespace
+
+bool processExists(std::int32_t pid) { return pid > 0 && (kill(pid, 0) == 0 || errno != ESRCH); }
 
 bool ApplicationElement::isEqual(const Element& other) const {
   const auto* same = dynamic_cast<const ApplicationElement*>(&other);
@@ -48,14 +48,14 @@ Result<std::vector<std::string>> ApplicationElement::copyAttributeNames() const 
   return accessibility().withReader([&](AtspiReader& reader) -> Result<std::vector<std::string>> {
     const auto roots = accessibility().applications().rootsOf(pid_, reader, timeout());
     if (!roots.empty()) return attributeNames({accessibility(), reader, roots.front(), timeout()});
-    if (!exists(pid_)) return ResultCode::invalidUIElement;
+    if (!processExists(pid_)) return ResultCode::invalidUIElement;
     return std::vector<std::string>(std::begin(strangersAttributes), std::end(strangersAttributes));
   });
 }
 
 Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribute) const {
   if (attribute == "AXIdentifier") {
-    if (!exists(pid_)) return ResultCode::invalidUIElement;
+    if (!processExists(pid_)) return ResultCode::invalidUIElement;
     const auto running = platform().workspace().runningApplication(pid_);
     const bool hasName = running && running->bundleIdentifier && !running->bundleIdentifier->empty();
     return hasName ? Result<Value>(Value(*running->bundleIdentifier)) : Result<Value>(ResultCode::noValue);
@@ -72,7 +72,7 @@ Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribut
 
 /// What is known of an application that is not on the accessibility bus.
 Result<Value> ApplicationElement::valueOfStranger(const std::string& attribute) const {
-  if (!exists(pid_)) return ResultCode::invalidUIElement;
+  if (!processExists(pid_)) return ResultCode::invalidUIElement;
   if (attribute == "AXRole") return Value(std::string("AXApplication"));
   const bool isKnown = std::find(std::begin(strangersAttributes), std::end(strangersAttributes), attribute) !=
                        std::end(strangersAttributes);

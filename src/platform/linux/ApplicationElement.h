@@ -6,6 +6,8 @@
 
 namespace zqlogging {
 
+bool processExists(std::int32_t pid);
+
 /// The element of a process. It is made without asking the process; an application that is not on the accessibility
 /// bus answers with what the X server and the workspace know.
 class ApplicationElement : public LinuxElement {

@@ -197,6 +197,9 @@ Result<Value> elementsOf(const AtspiSubject& subject, const std::vector<AtspiObj
 }
 
 Result<Value> readTitleElement(const AtspiSubject& subject) {
+  const Result<const RoleRow*> row = roleOf(subject);
+  if (!row) return row.code;
+  if (!row.value->labelled) return ResultCode::noValue;
   const auto labels = related(subject, relationLabelledBy);
   return labels ? Result<Value>(elementValue(subject.of(labels.value.front()))) : Result<Value>(labels.code);
 }

@@ -106,9 +106,12 @@ AtspiBus::LinksPtr AtspiBus::links() {
     isNew = greeted_ != links->busNumber;
     greeted_ = links->busNumber;
   }
-  if (isNew && !startRegistry(*links->bus)) {
-    const std::lock_guard lock(mutex_);
-    greeted_ = 0;
+  if (isNew) {
+    if (!startRegistry(*links->bus)) {
+      const std::lock_guard lock(mutex_);
+      greeted_ = 0;
+    }
+    newBus_();
   }
   return {links.release(), [this](AtspiLinks* used) {
             std::unique_ptr<AtspiLinks> returned(used);

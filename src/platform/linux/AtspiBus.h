@@ -27,6 +27,9 @@ struct AtspiLinks {
 /// opened when needed; when the bus has died, the next reader looks for a new one. Any thread.
 class AtspiBus {
  public:
+  /// `newBus` is called when another bus than before has been found, on the thread that found it.
+  explicit AtspiBus(std::function<void()> newBus) : newBus_(std::move(newBus)) {}
+
   using LinksPtr = std::unique_ptr<AtspiLinks, std::function<void(AtspiLinks*)>>;
 
   /// Connections for the calling thread to use until it drops the pointer; null when there is no bus.
@@ -51,6 +54,7 @@ class AtspiBus {
   std::unique_ptr<AtspiLinks> open();
   void forget(std::uint32_t number);
 
+  const std::function<void()> newBus_;
   std::mutex mutex_;
   Address address_;
   std::uint32_t greeted_ = 0;  ///< the number of the last bus that we have met

@@ -20,7 +20,9 @@ constexpr int mostSteps = 32;
 constexpr std::size_t mostWindowsProbed = 8;
 constexpr int deepestMenu = 10;
 constexpr std::size_t mostNodesSearched = 400;
-constexpr unsigned everything = AtspiReader::wantsName | AtspiReader::wantsValue | AtspiReader::wantsAncestors;
+// What a record of an element takes.
+constexpr unsigned everything = AtspiReader::wantsName | AtspiReader::wantsStep | AtspiReader::wantsSiblings |
+                                AtspiReader::wantsChildren | AtspiReader::wantsFrame;
 
 double area(const CGRect& rect) { return std::max(0.0, rect.size.width) * std::max(0.0, rect.size.height); }
 
@@ -51,18 +53,33 @@ class HitTest {
       const auto windows = windowsOf(reader_, root, seconds_, true);
       if (!windows) return windows.code;
       const AtspiWindow* match = matchingWindow(windows.value, *window);
-      if (match) return finish(descend(match->object));
+      if (match) {
+        Result<AtspiObject> found = descend(match->object);
+        const bool isPopup = window->overrideRedirect || window->type == WindowStack::Type::menu;
+        const bool isEmpty = found && found.value == match->object;
+        const auto choice = isPopup && isEmpty ? choiceBeside(windows.value, *match) : std::nullopt;
+        return finish(choice ? Result<AtspiObject>(*choice) : found, isPopup);
+      }
       if (window->type == WindowStack::Type::toolTip) continue;
-      if (const auto item = openMenuItem(windows.value, window->frame)) return finish(*item);
+      if (const auto item = openMenuItem(windows.value, window->frame)) return finish(*item, true);
     }
-    return ElementRef(std::make_shared<WindowElement>(accessibility_, *window));
+    return WindowElement::at({double(x_), double(y_)}, accessibility_, *window);
   }
 
  private:
-  bool containsPoint(const AtspiObject& object) {
+  std::optional<CGRect> frameOf(const AtspiObject& object) {
     reader_.askComponent(object, Fact::extents);
-    const auto* frame = reader_.read(object, Fact::extents, seconds_).as<CGRect>();
+    return frameFrom(reader_.read(object, Fact::extents, seconds_));
+  }
+
+  bool containsPoint(const AtspiObject& object) {
+    const auto frame = frameOf(object);
     return frame && frame->contains({double(x_), double(y_)});
+  }
+
+  std::vector<AtspiObject> childrenOf(const AtspiObject& object) {
+    const auto* children = reader_.read(object, Fact::children, seconds_).as<std::vector<AtspiObject>>();
+    return children ? *children : std::vector<AtspiObject>();
   }
 
   std::optional<WindowStack::Window> windowOf(std::int32_t pid) {
@@ -85,19 +102,52 @@ class HitTest {
         if (isHere && (!best || has(window.states, stateActive))) best = window;
       }
     }
-    return best ? finish(descend(best->object)) : Result<ElementRef>(ResultCode::noValue);
+    return best ? finish(descend(best->object), false) : Result<ElementRef>(ResultCode::noValue);
   }
 
-  Result<ElementRef> finish(const Result<AtspiObject>& found) {
+  Result<ElementRef> finish(const Result<AtspiObject>& found, bool inPopup) {
     if (!found) return found.code;
-    reader_.want(found.value, everything | AtspiReader::wantsFrame | AtspiReader::wantsChildren);
-    return accessibility_.elementFor(found.value, reader_);
+    const AtspiObject meant = controlAround(found.value, inPopup).value_or(found.value);
+    reader_.want(meant, everything);
+    return accessibility_.elementFor(meant, reader_);
+  }
+
+  /// Some toolkits answer with the text or picture of a button rather than the button, and not even always: what is
+  /// meant is the control that such an element decorates.
+  std::optional<AtspiObject> controlAround(AtspiObject current, bool inPopup) {
+    constexpr int mostLevels = 3;
+    for (int level = 0; level < mostLevels; ++level) {
+      const RoleRow* row = roleOf(current);
+      const bool isPart = row && (row->role == "AXStaticText" || row->role == "AXImage" || row->role == "AXGroup");
+      const bool isChoice =
+          row && !inPopup &&
+          (row->role == "AXMenuItem" || row->role == "AXMenu" || row->role == "AXList" || row->role == "AXRow");
+      const auto* parent =
+          isPart || isChoice ? reader_.read(current, Fact::parent, seconds_).as<AtspiObject>() : nullptr;
+      if (!parent || parent->isNull()) return std::nullopt;
+      current = *parent;
+      const RoleRow* around = roleOf(current);
+      const bool isControl = around && (isPart ? around->isControl() : around->role == "AXComboBox");
+      if (isControl) return isClosed(current) && containsPoint(current) ? std::optional(current) : std::nullopt;
+    }
+    return std::nullopt;
+  }
+
+  const RoleRow* roleOf(const AtspiObject& object) {
+    const auto* role = reader_.read(object, Fact::role, seconds_).as<std::uint32_t>();
+    return role ? &roleRow(*role) : nullptr;
+  }
+
+  /// Whether the control shows nothing but itself, unlike an expander.
+  bool isClosed(const AtspiObject& control) {
+    const auto* states = reader_.read(control, Fact::states, seconds_).as<AtspiStates>();
+    return states && !has(*states, stateExpanded);
   }
 
   /// Toolkits answer with some container on the way: goes on from the answer until it no longer changes.
   Result<AtspiObject> descend(AtspiObject current) {
     for (int step = 0; step < mostSteps; ++step) {
-      reader_.want(current, everything);
+      reader_.want(current, AtspiReader::wantsStep | AtspiReader::wantsChildCount);
       reader_.askComponent(current, Fact::atPoint);
       const AtspiAnswer& answer = reader_.read(current, Fact::atPoint, seconds_);
       if (answer.code == ResultCode::cannotComplete) return answer.code;
@@ -105,7 +155,8 @@ class HitTest {
       std::optional<AtspiObject> next;
       if (below && !below->isNull() && *below != current) {
         // The answer may lie elsewhere, like the hidden page that is the child of a tab. Its own answer will be next.
-        reader_.want(*below, everything);
+        reader_.want(*below, AtspiReader::wantsStep | AtspiReader::wantsChildCount);
+        reader_.want(current, AtspiReader::wantsChildren);
         reader_.askComponent(*below, Fact::atPoint);
         if (containsPoint(*below)) next = *below;
       }
@@ -120,10 +171,9 @@ class HitTest {
   std::optional<AtspiObject> inSelectedPage(const AtspiObject& tabs) {
     const auto* role = reader_.read(tabs, Fact::role, seconds_).as<std::uint32_t>();
     if (!role || *role != rolePageTabList) return std::nullopt;
-    const auto* pages = reader_.read(tabs, Fact::children, seconds_).as<std::vector<AtspiObject>>();
-    if (!pages) return std::nullopt;
-    for (const AtspiObject& page : *pages) reader_.ask(page, Fact::states);
-    for (const AtspiObject& page : *pages) {
+    const std::vector<AtspiObject> pages = childrenOf(tabs);
+    for (const AtspiObject& page : pages) reader_.ask(page, Fact::states);
+    for (const AtspiObject& page : pages) {
       const auto* states = reader_.read(page, Fact::states, seconds_).as<AtspiStates>();
       if (!states || !has(*states, stateSelected)) continue;
       const auto* below = reader_.read(page, Fact::atPoint, seconds_).as<AtspiObject>();
@@ -146,9 +196,7 @@ class HitTest {
       for (const Node& node : level) reader_.ask(node.object, Fact::children);
       std::vector<Node> below;
       for (const Node& node : level) {
-        const auto* children = reader_.read(node.object, Fact::children, seconds_).as<std::vector<AtspiObject>>();
-        if (!children) continue;
-        for (const AtspiObject& child : *children) below.push_back({child, node.inMenu});
+        for (const AtspiObject& child : childrenOf(node.object)) below.push_back({child, node.inMenu});
       }
       if ((searched += below.size()) > mostNodesSearched) break;
       for (const Node& node : below) {
@@ -172,11 +220,59 @@ class HitTest {
     std::optional<AtspiObject> found;
     for (const AtspiObject& menu : menus) {
       const auto* item = reader_.read(menu, Fact::atPoint, seconds_).as<AtspiObject>();
-      if (!item || item->isNull() || !containsPoint(*item)) continue;
-      const auto* frame = reader_.known(*item, Fact::extents)->as<CGRect>();
-      if (popup.contains(frame->origin)) found = *item;
+      if (item && !item->isNull() && containsPoint(*item) && popup.contains(frameOf(*item)->origin)) found = *item;
     }
     return found;
+  }
+
+  /// The list of a combo box in a page pops up in an empty window, while its items stay below the combo box: that is
+  /// looked for beside the popup.
+  std::optional<AtspiObject> choiceBeside(const std::vector<AtspiWindow>& windows, const AtspiWindow& popup) {
+    constexpr double gap = 3;
+    const CGRect& frame = popup.frame;
+    const CGPoint point{double(x_), double(y_)};
+    std::optional<AtspiObject> choice;
+    for (const double edge : {frame.origin.y - gap, frame.origin.y + frame.size.height + gap}) {
+      moveTo({frame.origin.x + frame.size.width / 2, edge});
+      for (const AtspiWindow& window : windows) {
+        if (choice || window.object == popup.object || !window.frame.contains({double(x_), double(y_)})) continue;
+        const Result<AtspiObject> beside = descend(window.object);
+        const auto combo = beside ? comboAround(beside.value) : std::nullopt;
+        if (combo) choice = itemAt(*combo, point.y);
+      }
+    }
+    moveTo(point);
+    return choice;
+  }
+
+  void moveTo(const CGPoint& point) {
+    x_ = static_cast<int>(point.x);
+    y_ = static_cast<int>(point.y);
+    reader_.setPoint(x_, y_);
+  }
+
+  std::optional<AtspiObject> comboAround(AtspiObject object) {
+    constexpr int mostLevels = 3;
+    for (int level = 0; level < mostLevels; ++level) {
+      const RoleRow* row = roleOf(object);
+      if (row && row->role == "AXComboBox") return object;
+      const auto* parent = reader_.read(object, Fact::parent, seconds_).as<AtspiObject>();
+      if (!parent) break;
+      object = *parent;
+    }
+    return std::nullopt;
+  }
+
+  std::optional<AtspiObject> itemAt(const AtspiObject& combo, double y) {
+    for (const AtspiObject& list : childrenOf(combo)) {
+      const std::vector<AtspiObject> items = childrenOf(list);
+      for (const AtspiObject& item : items) reader_.askComponent(item, Fact::extents);
+      for (const AtspiObject& item : items) {
+        const auto frame = frameOf(item);
+        if (frame && frame->contains({frame->origin.x, y})) return item;
+      }
+    }
+    return std::nullopt;
   }
 
   LinuxAccessibility& accessibility_;

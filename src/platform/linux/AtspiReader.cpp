@@ -212,49 +212,55 @@ void AtspiReader::plan(const AtspiObject& object, Entry& entry) {
     const auto& answer = entry.answers[indexOf(fact)];
     return answer ? &*answer : nullptr;
   };
+  const unsigned wants = entry.wants;
 
-  if (entry.wants & wantsFrame) ask(object, Fact::extents);
-  if (entry.wants & wantsChildren) ask(object, Fact::children);
-  if (!(entry.wants & (wantsName | wantsValue | wantsAncestors))) return;
-  for (const Fact fact : {Fact::role, Fact::name, Fact::description, Fact::helpText}) ask(object, fact);
-  if (entry.wants & wantsAncestors) ask(object, Fact::parent);
-
+  if (wants & wantsFrame) ask(object, Fact::extents);
+  if (wants & wantsChildren) ask(object, Fact::children);
+  if (wants & wantsChildCount) ask(object, Fact::childCount);
+  if (!(wants & (wantsName | wantsStep))) return;
   const AtspiAnswer* role = answered(Fact::role);
   const AtspiAnswer* name = answered(Fact::name);
+  if (wants & wantsStep) {
+    ask(object, Fact::description);
+    ask(object, Fact::helpText);
+    if (object.path != AtspiObject::rootPath) ask(object, Fact::parent);
+  }
+
   const auto* number = role ? role->as<std::uint32_t>() : nullptr;
   if (!number || !name) return;
   const RoleRow& row = roleRow(*number);
   const auto* text = name->as<std::string>();
   const bool nameless = !text || text->empty();
-
   if (row.depends == RoleDepends::multiLine) ask(object, Fact::states);
   if (row.depends == RoleDepends::webRole) ask(object, Fact::objectAttributes);
-  const bool namedByValue = nameless && (row.value == ValueSource::text || row.value == ValueSource::leafText ||
-                                         row.value == ValueSource::choice);
-  if ((entry.wants & wantsValue) || namedByValue) planValue(object, entry);
-  if (row.labelled && nameless) {
-    ask(object, Fact::objectAttributes);
-    const AtspiAnswer* relations = answered(Fact::relations);
-    const auto* list = relations ? relations->as<std::vector<AtspiRelation>>() : nullptr;
-    if (list) {
-      for (const AtspiRelation& relation : *list) {
-        if (relation.type == relationLabelledBy && !relation.targets.empty()) want(relation.targets.front(), wantsName);
-      }
-    }
-  }
-  if (entry.wants & wantsAncestors) {
-    if (row.role == "AXWindow") askComponent(object, Fact::extents);
-    const AtspiAnswer* parent = answered(Fact::parent);
-    const auto* above = parent ? parent->as<AtspiObject>() : nullptr;
-    if (above && *number != roleApplication && !above->isNull()) {
-      entries_[*above].isParent = true;
-      want(*above, wantsName | wantsValue | wantsAncestors);
-    }
+  if (nameless) planOtherNames(object, entry, row);
+  if ((wants & wantsStep) || nameless) planValue(object, entry, row);
+  if (!(wants & wantsStep)) return;
+  if (row.role == "AXWindow") askComponent(object, Fact::extents);
+  const AtspiAnswer* parent = *number == roleApplication ? nullptr : answered(Fact::parent);
+  const auto* above = parent ? parent->as<AtspiObject>() : nullptr;
+  if (!above || above->isNull()) return;
+  entries_[*above].isParent = true;
+  want(*above, wantsStep);
+  if (wants & wantsSiblings) want(*above, wantsChildren);
+}
+
+/// What names an element that has no title: see the order in which names are looked for.
+void AtspiReader::planOtherNames(const AtspiObject& object, Entry& entry, const RoleRow& row) {
+  ask(object, Fact::description);
+  ask(object, Fact::helpText);
+  if (!row.labelled) return;
+  ask(object, Fact::objectAttributes);
+  ask(object, Fact::relations);
+  const auto& relations = entry.answers[indexOf(Fact::relations)];
+  const auto* list = relations ? relations->as<std::vector<AtspiRelation>>() : nullptr;
+  if (!list) return;
+  for (const AtspiRelation& relation : *list) {
+    if (relation.type == relationLabelledBy && !relation.targets.empty()) want(relation.targets.front(), wantsName);
   }
 }
 
-void AtspiReader::planValue(const AtspiObject& object, Entry& entry) {
-  const RoleRow& row = roleRow(*entry.answers[indexOf(Fact::role)]->as<std::uint32_t>());
+void AtspiReader::planValue(const AtspiObject& object, Entry& entry, const RoleRow& row) {
   switch (row.value) {
     case ValueSource::none:
     case ValueSource::secret:

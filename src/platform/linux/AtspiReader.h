@@ -16,6 +16,7 @@
 namespace zqlogging {
 
 class AtspiApplications;
+struct RoleRow;
 
 /// A burst of reads about one event, on one thread. Questions are collected and sent together; each answer is kept, and
 /// leads to the next questions according to what is wanted of its object. An application that has let a wait run out
@@ -24,11 +25,12 @@ class AtspiReader {
  public:
   /// What will be wanted of an object. The facts behind it are asked along with whatever is waited for anyway.
   enum Wants : unsigned {
-    wantsName = 1,       ///< what names it
-    wantsValue = 2,      ///< its value
-    wantsAncestors = 4,  ///< name and value of each of its ancestors, and the frame of its window
-    wantsChildren = 8,   ///< the list of its children
-    wantsFrame = 16,
+    wantsName = 1,        ///< what names it
+    wantsStep = 2,        ///< its step in a path, and those of its ancestors: name, value, and the frame of the window
+    wantsSiblings = 4,    ///< with wantsStep: the list of its parent's children
+    wantsChildren = 8,    ///< the list of its children
+    wantsChildCount = 16,
+    wantsFrame = 32,
   };
 
   AtspiReader(AtspiBus& bus, AtspiApplications& applications);
@@ -91,7 +93,8 @@ class AtspiReader {
   bool askChildAt(const AtspiObject& object, Entry& entry, int index);
   void settle(const AtspiObject& object);
   void plan(const AtspiObject& object, Entry& entry);
-  void planValue(const AtspiObject& object, Entry& entry);
+  void planOtherNames(const AtspiObject& object, Entry& entry, const RoleRow& row);
+  void planValue(const AtspiObject& object, Entry& entry, const RoleRow& row);
   void keep(const Question& question, AtspiAnswer answer);
   bool send(Call& call);
   void sendAgain(AtspiLink* lost, std::vector<std::unique_ptr<Call>>& calls);

@@ -73,6 +73,14 @@ struct RoleRow {
   ValueSource value = ValueSource::none;
   bool labelled = false;  ///< a control, which a label or a placeholder may name
   RoleDepends depends = RoleDepends::no;
+
+  /// Whether what is inside such an element is but its looks.
+  [[nodiscard]] bool isControl() const {
+    for (const char* control : {"AXButton", "AXCheckBox", "AXRadioButton", "AXLink", "AXMenuItem", "AXMenuButton"}) {
+      if (role == control) return true;
+    }
+    return false;
+  }
 };
 
 /// The row of an AT-SPI role; that of "unknown" for numbers that AT-SPI did not have when this was written.

@@ -3,16 +3,23 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
 
 #include "platform/Accessibility.h"
 #include "platform/Platform.h"
+#include "platform/Workspace.h"
 #include "platform/linux/AtspiApplications.h"
 #include "platform/linux/AtspiBus.h"
 #include "platform/linux/AtspiReader.h"
 #include "platform/linux/WindowStack.h"
 
+typedef struct _GMainContext GMainContext;
+
 namespace zqlogging {
+
+class AtspiEvents;
 
 /// The accessibility service of the Linux desktop: AT-SPI over D-Bus, and the X server for what lies on top of what.
 class LinuxAccessibility : public port::Accessibility {
@@ -27,6 +34,9 @@ class LinuxAccessibility : public port::Accessibility {
       std::int32_t pid, port::NotificationCallback callback) override;
   std::unique_ptr<port::ReadScope> openReadScope() override;
   void expectReads(std::span<const port::ElementRef> elements) override;
+
+  /// Tells on the main thread of each application whose window is activated, where the window manager doesn't tell.
+  std::unique_ptr<port::Subscription> subscribeActivation(std::function<void(std::int32_t pid)> handler);
 
   port::Platform& platform() { return platform_; }
   AtspiBus& bus() { return bus_; }
@@ -47,15 +57,24 @@ class LinuxAccessibility : public port::Accessibility {
   double messagingTimeout() const { return messagingTimeout_; }
   void setMessagingTimeout(float seconds);
 
+  /// The events for the handlers of the calling thread's main context.
+  std::shared_ptr<AtspiEvents> eventsOfCurrentLoop();
+
   /// The element of an object of the bus.
   port::ElementRef elementFor(const AtspiObject& object, AtspiReader& reader);
 
  private:
+  std::shared_ptr<AtspiEvents> eventsOf(GMainContext* context);
+  void reconnectEvents();
+
   port::Platform& platform_;
   AtspiBus bus_;
   AtspiApplications applications_;
   WindowStack windows_;
   std::atomic<float> messagingTimeout_;
+
+  std::mutex eventsMutex_;
+  std::map<GMainContext*, std::weak_ptr<AtspiEvents>> events_;
 };
 
 }  // namespace zqlogging

@@ -6,24 +6,56 @@ using port::Result;
 using port::ResultCode;
 using port::Value;
 
-bool WindowElement::isEqual(const Element& other) const {
-  const auto* same = dynamic_cast<const WindowElement*>(&other);
-  return same && same->window_.id == window_.id;
+port::ElementRef WindowElement::at(const CGPoint& point, LinuxAccessibility& accessibility,
+                                   const WindowStack::Window& window) {
+  const bool inside = window.type == WindowStack::Type::other && window.clientFrame.contains(point);
+  return std::make_shared<WindowElement>(accessibility, window, inside ? Part::contents : Part::window);
 }
 
-std::string WindowElement::textForm() const { return "<window " + std::to_string(window_.id) + ">"; }
+port::ElementRef WindowElement::sibling(Part part) const {
+  return std::make_shared<WindowElement>(accessibility(), window_, part);
+}
+
+bool WindowElement::isEqual(const Element& other) const {
+  const auto* same = dynamic_cast<const WindowElement*>(&other);
+  return same && same->window_.id == window_.id && same->part_ == part_;
+}
+
+std::string WindowElement::textForm() const {
+  return (part_ == Part::window ? "<window " : "<contents of window ") + std::to_string(window_.id) + ">";
+}
 
 Result<std::int32_t> WindowElement::getPid() const {
   return window_.pid ? Result<std::int32_t>(*window_.pid) : Result<std::int32_t>(ResultCode::invalidUIElement);
 }
 
 Result<std::vector<std::string>> WindowElement::copyAttributeNames() const {
+  if (part_ == Part::contents) {
+    return std::vector<std::string>{"AXRole", "AXParent",   "AXWindow", "AXTopLevelUIElement", "AXChildren", "AXFrame",
+                                    "AXSize", "AXPosition", "AXEnabled"};
+  }
   return std::vector<std::string>{
       "AXRole",  "AXSubrole", "AXTitle",  "AXParent",  "AXChildren", "AXPosition",         "AXSize",
       "AXFrame", "AXMain",    "AXWindow", "AXEnabled", "AXFocused",  "AXTopLevelUIElement"};
 }
 
+Result<Value> WindowElement::valueOfContents(const std::string& attribute) const {
+  if (attribute == "AXRole") return Value(std::string("AXGroup"));
+  if (attribute == "AXParent" || attribute == "AXWindow" || attribute == "AXTopLevelUIElement") {
+    return Value(sibling(Part::window));
+  }
+  if (attribute == "AXChildren") return Value(port::Array());
+  if (attribute == "AXEnabled") return Value(true);
+  const bool isFrame = attribute == "AXPosition" || attribute == "AXSize" || attribute == "AXFrame";
+  if (!isFrame) return ResultCode::attributeUnsupported;
+  const auto now = accessibility().windows().window(window_.client);
+  if (!now) return ResultCode::invalidUIElement;
+  if (attribute == "AXPosition") return Value(now->clientFrame.origin);
+  return attribute == "AXSize" ? Value(now->clientFrame.size) : Value(now->clientFrame);
+}
+
 Result<Value> WindowElement::copyAttributeValue(const std::string& attribute) const {
+  if (part_ == Part::contents) return valueOfContents(attribute);
   const bool isToolTip = window_.type == WindowStack::Type::toolTip;
   const bool isMenu = window_.type == WindowStack::Type::menu;
   if (attribute == "AXRole") return Value(std::string(isToolTip ? "AXHelpTag" : isMenu ? "AXMenu" : "AXWindow"));
@@ -31,11 +63,9 @@ Result<Value> WindowElement::copyAttributeValue(const std::string& attribute) co
     if (!window_.pid) return ResultCode::noValue;
     return Value(accessibility().createApplicationElement(*window_.pid));
   }
-  if (attribute == "AXChildren") return Value(port::Array());
+  if (attribute == "AXChildren") return Value(port::Array{sibling(Part::contents)});
   if (attribute == "AXEnabled") return Value(true);
-  if (attribute == "AXWindow" || attribute == "AXTopLevelUIElement") {
-    return Value(port::ElementRef(std::make_shared<WindowElement>(accessibility(), window_)));
-  }
+  if (attribute == "AXWindow" || attribute == "AXTopLevelUIElement") return Value(sibling(Part::window));
   if (attribute == "AXMain" || attribute == "AXFocused") {
     const auto active = accessibility().windows().activeWindow();
     return Value(active && active->id == window_.id);
