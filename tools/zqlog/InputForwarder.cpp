@@ -185,7 +185,9 @@ void InputForwarder::handleButton(std::uint32_t physicalButton, bool pressed, st
 }
 
 void InputForwarder::handleKey(std::uint32_t keycode, std::uint16_t device) {
-  forward(Kind::keyPress, device, keyboard_->characters(keycode));
+  if (auto characters = keyboard_->characters(keycode)) {
+    forward(Kind::keyPress, device, std::move(*characters));
+  }
 }
 
 void InputForwarder::forward(Kind kind, std::uint16_t device, std::string characters) {

@@ -2,6 +2,7 @@
 
 #include <xkbcommon/xkbcommon-x11.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 // The header names a field with a C++ keyword.
@@ -54,9 +55,16 @@ bool KeyboardReader::takeEvent(const xcb_generic_event_t& event) {
   return true;
 }
 
-std::string KeyboardReader::characters(std::uint32_t keycode) {
+std::optional<std::string> KeyboardReader::characters(std::uint32_t keycode) {
   if (!state_) {
-    return {};
+    return "";
+  }
+  const xkb_keysym_t symbol = xkb_state_key_get_one_sym(state_.get(), keycode);
+  const bool isModifier = (symbol >= XKB_KEY_Shift_L && symbol <= XKB_KEY_Hyper_R) ||
+                          (symbol >= XKB_KEY_ISO_Lock && symbol <= XKB_KEY_ISO_Level5_Lock) ||
+                          symbol == XKB_KEY_Mode_switch || symbol == XKB_KEY_Num_Lock;
+  if (isModifier) {
+    return std::nullopt;
   }
   constexpr std::size_t kMost = 64;
   std::string text(kMost, '\0');

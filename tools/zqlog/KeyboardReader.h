@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 struct xkb_context;
@@ -18,8 +19,8 @@ class KeyboardReader {
 
   /// To be given every event of the connection, in order; true when it was one of the keyboard's own.
   bool takeEvent(const xcb_generic_event_t& event);
-  /// What the key types now; empty for keys that type nothing.
-  std::string characters(std::uint32_t keycode);
+  /// What the key types now, empty for keys like Up; nothing for keys that only modify others, like Shift.
+  std::optional<std::string> characters(std::uint32_t keycode);
 
  private:
   struct ContextRelease {

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-typedef struct _GSource GSource;
+#include "platform/linux/SdBusSource.h"
 
 namespace zqlogging {
 
@@ -28,12 +28,10 @@ class BusSignals {
   void start();
 
  private:
-  struct Connection;
-  struct Source;
-  explicit BusSignals(std::shared_ptr<Connection> connection);
+  explicit BusSignals(sd_bus* bus) : opened_(bus) {}
 
-  std::shared_ptr<Connection> connection_;
-  GSource* source_ = nullptr;
+  sd_bus* opened_;  ///< until `start` hands it over
+  std::unique_ptr<SdBusSource> source_;
 };
 
 }  // namespace zqlogging

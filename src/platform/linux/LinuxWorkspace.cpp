@@ -307,11 +307,19 @@ void LinuxWorkspace::adjustSources() {
       (subscriber->name == port::NotificationName::didActivateApplication ? activation : system) = true;
     }
   }
-  if (activation && !activeWindow_) {
+  if (activation && !activeWindow_ && !activatedWindows_) {
     activePid_.reset();
-    activeWindow_ = ActiveWindowWatch::start([this](xcb_window_t window) { activeWindowChanged(window); });
+    activeWindow_ = ActiveWindowWatch::start([this](xcb_window_t window) {
+      if (const auto pid = accessibility_.windows().pidOfWindow(window)) {
+        applicationActivated(*pid);
+      }
+    });
+    if (!activeWindow_) {
+      activatedWindows_ = accessibility_.subscribeActivation([this](std::int32_t pid) { applicationActivated(pid); });
+    }
   } else if (!activation) {
     activeWindow_.reset();
+    activatedWindows_.reset();
   }
   if (system && !system_) {
     system_ = std::make_unique<SystemNotifications>([this](port::NotificationName name) { deliver({name, {}}); });
@@ -320,12 +328,11 @@ void LinuxWorkspace::adjustSources() {
   }
 }
 
-void LinuxWorkspace::activeWindowChanged(xcb_window_t window) {
-  const auto pid = accessibility_.windows().pidOfWindow(window);
-  if (!pid || pid == activePid_) {
+void LinuxWorkspace::applicationActivated(std::int32_t pid) {
+  if (pid == activePid_) {
     return;
   }
-  if (auto application = runningApplication(*pid)) {
+  if (auto application = runningApplication(pid)) {
     activePid_ = pid;
     deliver({port::NotificationName::didActivateApplication, std::move(application)});
   }

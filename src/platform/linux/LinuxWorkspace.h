@@ -52,7 +52,7 @@ class LinuxWorkspace final : public port::Workspace {
   std::vector<ClientWindow> clientWindows();
   std::vector<std::int32_t> processesOnAccessibilityBus();
   std::string identifierOf(std::int32_t pid, std::uint64_t startedAt);
-  void activeWindowChanged(xcb_window_t window);
+  void applicationActivated(std::int32_t pid);
   void deliver(const port::Notification& notification);
   void adjustSources();
 
@@ -66,6 +66,7 @@ class LinuxWorkspace final : public port::Workspace {
 
   std::mutex sourcesMutex_;
   std::unique_ptr<ActiveWindowWatch> activeWindow_;
+  std::unique_ptr<port::Subscription> activatedWindows_;  ///< where no window manager tells the active one
   std::unique_ptr<SystemNotifications> system_;
 
   std::optional<std::int32_t> activePid_;  ///< main thread

@@ -15,6 +15,7 @@ struct Source {
   GSource base;
   sd_bus* bus;
   gpointer descriptor;
+  int events;  ///< that the context waits for on the descriptor
   void (*lost)(void* data);
   void* data;
 
@@ -31,7 +32,10 @@ struct Source {
   static gboolean prepare(GSource* source, gint* timeout) {
     // What poll calls its events, GLib calls its conditions.
     const int events = std::max(sd_bus_get_events(of(source)->bus), 0);
-    g_source_modify_unix_fd(source, of(source)->descriptor, static_cast<GIOCondition>(events));
+    if (events != of(source)->events) {  // each modification wakes the context up
+      of(source)->events = events;
+      g_source_modify_unix_fd(source, of(source)->descriptor, static_cast<GIOCondition>(events));
+    }
     const auto left = timeLeft(source);
     constexpr std::uint64_t roundUp = 999;
     *timeout = left ? static_cast<gint>(std::min<std::uint64_t>((*left + roundUp) / 1000, G_MAXINT)) : -1;
@@ -65,6 +69,7 @@ SdBusSource::SdBusSource(sd_bus* bus, GMainContext* context, void (*lost)(void* 
   source->bus = bus;
   source->lost = lost;
   source->data = data;
+  source->events = G_IO_IN;
   source->descriptor = g_source_add_unix_fd(source_, sd_bus_get_fd(bus), G_IO_IN);
   g_source_attach(source_, context);
 }
