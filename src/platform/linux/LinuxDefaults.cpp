@@ -22,9 +22,9 @@ KeyFile loadFile(const std::string& path) {
   return file;
 }
 
-/// Any text as a key that the format allows.
+/// Any text as a key that the format allows; a lone percent sign, which no escaped text is, stands for the empty one.
 std::string fileKey(const std::string& key) {
-  return Text(g_uri_escape_string(key.c_str(), " ", FALSE), &g_free).get();
+  return key.empty() ? "%" : Text(g_uri_escape_string(key.c_str(), nullptr, FALSE), &g_free).get();
 }
 
 /// The reason when it fails.
