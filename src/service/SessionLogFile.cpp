@@ -140,13 +140,14 @@ SessionLogFile::Appended SessionLogFile::append(std::string_view entryWithSepara
   if (!file.isOpen()) {
     return {failure, 0};
   }
-  const auto present = sizeOfOwnFile(file.get());
-  if (!present) {
-    return {AppendResult::notOpened, 0};
-  }
-  std::size_t size = *present;
+  // Where the file ends tells whether it is as the last append left it, at less than the cost of looking at it.
+  const off_t end = ::lseek(file.get(), 0, SEEK_END);
+  std::size_t size = end < 0 ? 0 : static_cast<std::size_t>(end);
   std::string repaired;
-  if (size != 0 && size != knownSize_) {
+  if (end < 0 || size != knownSize_) {
+    if (!sizeOfOwnFile(file.get())) {
+      return {AppendResult::notOpened, 0};
+    }
     const TailRepair repair = repairOf(file.get(), size);
     if (repair.drop != 0 && ::ftruncate(file.get(), static_cast<off_t>(size - repair.drop)) == 0) {
       size -= repair.drop;
