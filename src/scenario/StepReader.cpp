@@ -273,6 +273,7 @@ ScenarioStep readWriteFile(JsonFields& fields, const ScriptedDesktop&) {
   const auto [kind, value] = fields.oneOf({"text", "bytes"});
   return [content = kind == "text" ? value.string() : readHex(value)](ScenarioRun& run) {
     run.platform().folder().writeFile(content);
+    ServiceInspector(run.service()).fileWasChanged();
   };
 }
 
@@ -289,6 +290,7 @@ ScenarioStep readBlockFile(JsonFields& fields, const ScriptedDesktop&) {
     } else {
       run.platform().folder().unblock();
     }
+    ServiceInspector(run.service()).fileWasChanged();
   };
 }
 

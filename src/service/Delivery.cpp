@@ -50,6 +50,7 @@ void ServiceState::reportAppend(SessionLogFile::AppendResult result) {
 }
 
 void ServiceState::sendEvents(bool isLastChunk, std::function<void(bool)> completion) {
+  log.lookAtFileAgain();  // each append would cost too much, each chunk does not
   const EventLog::Snapshot taken = log.snapshot();
   std::vector<LogEvent> records = ZQLogEventReducer::filter(taken.records);
   if (records.size() > kMaxChunkRecords) {

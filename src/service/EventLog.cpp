@@ -21,7 +21,7 @@ SessionLogFile::AppendResult EventLog::appendLocked(LogEvent record) {
   entry_.append(SessionLogFile::kEntrySeparator);
   records_.push_back(std::move(record));
   const auto appended = file_.append(entry_);
-  if (appended.result == SessionLogFile::AppendResult::written && !ownEntriesFrom_) {
+  if (appended.offset && !ownEntriesFrom_) {
     ownEntriesFrom_ = appended.offset;
   }
   return appended.result;
@@ -45,6 +45,11 @@ std::int64_t EventLog::eventId() const {
 EventLog::Snapshot EventLog::snapshot() const {
   const std::lock_guard lock(mutex_);
   return {{records_.begin(), records_.end()}, begin_ + records_.size()};
+}
+
+void EventLog::lookAtFileAgain() {
+  const std::lock_guard lock(mutex_);
+  file_.lookAgain();
 }
 
 bool EventLog::isEmpty() const {

@@ -55,6 +55,9 @@ class EventLog {
   /// Drops everything, from the list and from the disk. The reason when the file cannot be deleted.
   std::optional<std::string> clear();
 
+  /// The next append makes sure that the file is as it should be.
+  void lookAtFileAgain();
+
   /// The whole file, for reading back.
   [[nodiscard]] SessionLogFile::Content readFile() const;
   /// Appends to the list what was read back from the file; nothing when the log was cleared since `clearCount`.

@@ -6,6 +6,8 @@ namespace zqlogging {
 
 void ServiceInspector::waitForWorker() { service_.state_->serialQueue.waitUntilIdle(); }
 
+void ServiceInspector::fileWasChanged() { service_.state_->log.lookAtFileAgain(); }
+
 std::vector<std::string> ServiceInspector::records() const {
   std::vector<std::string> result;
   for (const LogEvent& record : service_.state_->log.snapshot().records) {

@@ -12,13 +12,16 @@ namespace zqlogging {
 
 class ZQLoggingervice;
 
-/// Looks into a service, for the scenario player and the tests. Changes nothing.
+/// Looks into a service, for the scenario player and the tests.
 class ServiceInspector {
  public:
   explicit ServiceInspector(ZQLoggingervice& service) : service_(service) {}
 
   /// Waits until every event forwarded so far has been processed. Not from the worker itself.
   void waitForWorker();
+
+  /// Tells the service that its file was changed behind its back; by itself it notices at the next chunk.
+  void fileWasChanged();
 
   /// The JSON object form of each record in the list.
   [[nodiscard]] std::vector<std::string> records() const;

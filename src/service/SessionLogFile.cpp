@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 namespace zqlogging {
@@ -72,6 +73,18 @@ std::optional<std::string> writeAll(int fd, std::string_view bytes) {
   return std::nullopt;
 }
 
+ssize_t writeOnce(int fd, std::string_view bytes) {
+  return retrying([&] { return ::write(fd, bytes.data(), bytes.size()); });
+}
+
+/// Takes the part of an entry that was written last off the end of the file. If that fails too, the tail is torn.
+void takeBack(int fd, ssize_t written) {
+  const off_t end = written > 0 ? ::lseek(fd, 0, SEEK_END) : 0;
+  if (end > 0) {
+    std::ignore = ::ftruncate(fd, end - written);
+  }
+}
+
 /// What has to stand between the present end of a file and the next entry.
 struct TailRepair {
   std::size_t drop = 0;
@@ -119,7 +132,7 @@ std::size_t lengthOfTornCharacter(std::string_view text) {
 SessionLogFile::SessionLogFile(std::string path) : path_(std::move(path)) {}
 
 int SessionLogFile::openForAppending(AppendResult& failure) const {
-  const int flags = O_RDWR | O_APPEND | kSafeFlags;
+  const int flags = (isKnown_ ? O_WRONLY : O_RDWR) | O_APPEND | kSafeFlags;
   int fd = retrying([&] { return ::open(path_.c_str(), flags); });
   if (fd >= 0 || errno != ENOENT) {
     failure = AppendResult::notOpened;
@@ -138,36 +151,39 @@ SessionLogFile::Appended SessionLogFile::append(std::string_view entryWithSepara
   AppendResult failure{};
   const Descriptor file(openForAppending(failure));
   if (!file.isOpen()) {
-    return {failure, 0};
+    isKnown_ = false;
+    return {failure, std::nullopt};
   }
-  // Where the file ends tells whether it is as the last append left it, at less than the cost of looking at it.
-  const off_t end = ::lseek(file.get(), 0, SEEK_END);
-  std::size_t size = end < 0 ? 0 : static_cast<std::size_t>(end);
-  std::string repaired;
-  if (end < 0 || size != knownSize_) {
-    if (!sizeOfOwnFile(file.get())) {
-      return {AppendResult::notOpened, 0};
-    }
-    const TailRepair repair = repairOf(file.get(), size);
-    if (repair.drop != 0 && ::ftruncate(file.get(), static_cast<off_t>(size - repair.drop)) == 0) {
-      size -= repair.drop;
-    }
-    repaired = repair.add;
+  Appended appended;
+  if (!isKnown_) {
+    appended = appendWithALook(file.get(), entryWithSeparator);
+  } else if (const ssize_t written = writeOnce(file.get(), entryWithSeparator);
+             written != static_cast<ssize_t>(entryWithSeparator.size())) {
+    takeBack(file.get(), written);
+    appended.result = AppendResult::notWritten;
   }
-  const std::size_t offset = size + repaired.size();
-  if (!repaired.empty()) {
-    entryWithSeparator = repaired.append(entryWithSeparator);
+  isKnown_ = appended.result == AppendResult::written;
+  return appended;
+}
+
+SessionLogFile::Appended SessionLogFile::appendWithALook(int fd, std::string_view entryWithSeparator) {
+  const auto present = sizeOfOwnFile(fd);
+  if (!present) {
+    return {AppendResult::notOpened, std::nullopt};
   }
-  const ssize_t written =
-      retrying([&] { return ::write(file.get(), entryWithSeparator.data(), entryWithSeparator.size()); });
-  if (written != static_cast<ssize_t>(entryWithSeparator.size())) {
-    if (written > 0 && ::ftruncate(file.get(), static_cast<off_t>(size)) != 0) {
-      knownSize_.reset();  // the next append closes the torn tail
-    }
-    return {AppendResult::notWritten, 0};
+  std::size_t size = *present;
+  const TailRepair repair = repairOf(fd, size);
+  if (repair.drop != 0 && ::ftruncate(fd, static_cast<off_t>(size - repair.drop)) == 0) {
+    size -= repair.drop;
   }
-  knownSize_ = size + entryWithSeparator.size();
-  return {AppendResult::written, offset};
+  std::string closed(repair.add);
+  closed.append(entryWithSeparator);
+  const ssize_t written = writeOnce(fd, closed);
+  if (written != static_cast<ssize_t>(closed.size())) {
+    takeBack(fd, written);
+    return {AppendResult::notWritten, std::nullopt};
+  }
+  return {AppendResult::written, size + repair.add.size()};
 }
 
 SessionLogFile::Content SessionLogFile::read() const {
@@ -197,7 +213,7 @@ SessionLogFile::Content SessionLogFile::read() const {
 }
 
 std::optional<std::string> SessionLogFile::remove() {
-  knownSize_.reset();
+  isKnown_ = false;
   if (::unlink(path_.c_str()) != 0 && errno != ENOENT && errno != ENOTDIR) {
     return reason(errno);
   }
@@ -222,7 +238,7 @@ std::optional<std::string> SessionLogFile::replace(std::string_view content) {
     ::unlink(next.c_str());
     return error;
   }
-  knownSize_ = content.size();
+  isKnown_ = true;
   return std::nullopt;
 }
 

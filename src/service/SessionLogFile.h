@@ -17,7 +17,7 @@ class SessionLogFile {
   enum class AppendResult { written, notCreated, notOpened, notWritten };
   struct Appended {
     AppendResult result = AppendResult::written;
-    std::size_t offset = 0;  ///< where the entry begins
+    std::optional<std::size_t> offset;  ///< where the entry begins, when the file was looked at
   };
 
   explicit SessionLogFile(std::string path);
@@ -25,8 +25,13 @@ class SessionLogFile {
   [[nodiscard]] const std::string& path() const { return path_; }
 
   /// Adds an entry, separator included, in one write that is taken back when it is cut short. Creates the file, and
-  /// its folder, for this user alone. A tail that an interrupted write left is closed first.
+  /// its folder, for this user alone. The first append, and the first after `lookAgain` or a failure, looks at the
+  /// file: whose it is, and whether an interrupted write has left a tail, which is then closed. The others open, write
+  /// and close.
   Appended append(std::string_view entryWithSeparator);
+
+  /// Others may have changed the file.
+  void lookAgain() { isKnown_ = false; }
 
   struct Content {
     bool opened = false;
@@ -44,9 +49,10 @@ class SessionLogFile {
 
  private:
   [[nodiscard]] int openForAppending(AppendResult& failure) const;
+  static Appended appendWithALook(int fd, std::string_view entryWithSeparator);
 
   std::string path_;
-  std::optional<std::size_t> knownSize_;  // after our last write: ends with a separator
+  bool isKnown_ = false;  // a regular file of this user that ends with a separator, as far as we know
 };
 
 /// Bytes at the end of `text` that begin a UTF-8 character and do not end it, as an interrupted write leaves them.

@@ -182,6 +182,12 @@ TEST_F(Delivery, ATornTailIsClosedBeforeTheNextRecord) {
     }
     EXPECT_EQ(file(), kept + closed[i] + inspect().records()[0] + ",\n");
   }
+  startAndReadBack();
+  command("known");
+  leave("{\"torn by another process");
+  advance(20s);
+  command("new");
+  EXPECT_EQ(file(), "{\"torn by another process,\n" + inspect().records().back() + ",\n") << "seen at the next chunk";
 }
 
 TEST_F(Delivery, AnAnswerBeforeTheReadBackLeavesTheLeftoversAlone) {

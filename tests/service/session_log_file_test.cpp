@@ -41,6 +41,7 @@ class LogFile : public testing::Test {
 TEST_F(LogFile, FileAndFolderAreTheUsersAlone) {
   SessionLogFile file(path);
   EXPECT_EQ(file.append("a,\n").result, Result::written);
+  file.lookAgain();
   EXPECT_EQ(file.append("b,\n").offset, 3U);
   EXPECT_EQ(content(), "a,\nb,\n");
   EXPECT_EQ(modeOf(path), 0600U);
