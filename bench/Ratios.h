@@ -23,7 +23,7 @@ class Keeper final : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
-      if (run.error_occurred) continue;
+      if (run.error_occurred || run.run_type == Run::RT_Aggregate) continue;
       const auto items = run.counters.find("items");
       times_[run.run_name.function_name] =
           run.real_accumulated_time / static_cast<double>(run.iterations) /
