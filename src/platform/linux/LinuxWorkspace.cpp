@@ -141,7 +141,11 @@ std::vector<LinuxWorkspace::ClientWindow> LinuxWorkspace::clientWindows() {
   const auto* resources = xcb_get_extension_data(x->get(), &xcb_res_id);
   std::vector<Asked> asked;
   for (const xcb_window_t window : windows) {
-    if (known.contains(window) || !idAtom) {
+    const auto seen = known.find(window);
+    // Numbers of windows are used again: what is known holds for the process that it was learnt from.
+    const bool holds = seen != known.end() && seen->second.pid && seen->second.startedAt &&
+                       startTime(*seen->second.pid) == seen->second.startedAt;
+    if (holds || !idAtom) {
       continue;
     }
     Asked questions{window, x->askProperty(window, x->atoms().netWmPid, XCB_ATOM_CARDINAL),
@@ -170,6 +174,7 @@ std::vector<LinuxWorkspace::ClientWindow> LinuxWorkspace::clientWindows() {
     if (!client.pid && !claimed.empty()) {
       client.pid = static_cast<std::int32_t>(claimed.front());
     }
+    client.startedAt = client.pid ? startTime(*client.pid) : std::nullopt;
     known[questions.window] = std::move(client);
   }
 

@@ -37,6 +37,7 @@ class LinuxWorkspace final : public port::Workspace {
   /// What a client window tells about its application; it says so before it is mapped and keeps to it.
   struct ClientWindow {
     std::optional<std::int32_t> pid;
+    std::optional<std::uint64_t> startedAt;
     std::string applicationId;  ///< of a GTK application
     std::string className;
   };

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "TemporaryHome.h"
+#include "support/TemporaryHome.h"
 #include "platform/linux/LinuxDefaults.h"
 
 namespace zqlogging {

@@ -6,7 +6,7 @@
 #include <array>
 #include <string>
 
-#include "TemporaryHome.h"
+#include "support/TemporaryHome.h"
 #include "platform/linux/LinuxLogs.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/XdgFolders.h"
