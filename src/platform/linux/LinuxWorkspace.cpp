@@ -224,7 +224,7 @@ std::string LinuxWorkspace::identifierOf(std::int32_t pid, std::uint64_t started
       }
     }
   }
-  const std::string identifier = entry ? *entry : !applicationId.empty() ? applicationId : className;
+  std::string identifier = entry ? *entry : !applicationId.empty() ? applicationId : className;
   if (identifier.empty()) {
     return executableName(pid).value_or("");  // not kept: its windows may be still to come
   }

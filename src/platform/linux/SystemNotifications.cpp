@@ -65,7 +65,7 @@ class Lock {
 
 }  // namespace
 
-SystemNotifications::SystemNotifications(Announce announce) {
+SystemNotifications::SystemNotifications(const Announce& announce) {
   const auto lock = std::make_shared<Lock>(announce);
   if (auto bus = BusSignals::open(BusSignals::Bus::system)) {
     const std::string manager = "org.freedesktop.login1";

@@ -15,7 +15,7 @@ class SystemNotifications {
  public:
   using Announce = std::function<void(port::NotificationName)>;
 
-  explicit SystemNotifications(Announce announce);
+  explicit SystemNotifications(const Announce& announce);
 
  private:
   std::vector<std::unique_ptr<BusSignals>> buses_;

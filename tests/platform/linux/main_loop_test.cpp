@@ -1,3 +1,4 @@
+#include <glib.h>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -38,6 +39,17 @@ TEST_F(MainLoopTest, TasksRunInOrderAndThoseOfATaskAfterThoseThatWait) {
   EXPECT_EQ(order, "");
   runUntilEnd();
   EXPECT_EQ(order, "abc");
+}
+
+TEST_F(MainLoopTest, AHostThatIsBusyDrawingDoesNotHoldTasksUp) {
+  int frames = 0;
+  const guint drawing = g_idle_add_full(
+      G_PRIORITY_HIGH_IDLE,  // that of toolkits' layout and redrawing, always ready here
+      [](gpointer count) -> gboolean { return ++*static_cast<int*>(count), G_SOURCE_CONTINUE; }, &frames, nullptr);
+  loop.runSoon(end);
+  while (!ended && frames < 100) GlibMainLoop::pump(hours(1));
+  g_source_remove(drawing);
+  EXPECT_TRUE(ended);
 }
 
 TEST_F(MainLoopTest, DelayedTasksRunByTheirTimeAndNotByTheirOrder) {
