@@ -60,6 +60,8 @@ Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribut
     const bool hasName = running && running->bundleIdentifier && !running->bundleIdentifier->empty();
     return hasName ? Result<Value>(Value(*running->bundleIdentifier)) : Result<Value>(ResultCode::noValue);
   }
+  // Some toolkits describe an application by the path of its executable.
+  if (attribute == "AXDescription") return ResultCode::noValue;
   return accessibility().withReader([&](AtspiReader& reader) -> Result<Value> {
     const auto roots = accessibility().applications().rootsOf(pid_, reader, timeout());
     if (roots.empty()) return valueOfStranger(attribute);

@@ -61,7 +61,7 @@ class HitTest {
         return finish(choice ? Result<AtspiObject>(*choice) : found, isPopup);
       }
       if (window->type == WindowStack::Type::toolTip) continue;
-      if (const auto item = openMenuItem(windows.value, window->frame)) return finish(*item, true);
+      if (const auto item = poppedUpItem(windows.value, window->frame)) return finish(*item, true);
     }
     return WindowElement::at({double(x_), double(y_)}, accessibility_, *window);
   }
@@ -182,21 +182,22 @@ class HitTest {
     return std::nullopt;
   }
 
-  /// The menus of a menu bar pop up in windows of their own that no application lists: their items are below the bar.
-  std::optional<AtspiObject> openMenuItem(const std::vector<AtspiWindow>& windows, const CGRect& popup) {
+  /// Menus of menu bars and lists of combo boxes pop up in windows that some applications don't list: their items are
+  /// below the bar or the box. Searched level by level, but not in what may be long.
+  std::optional<AtspiObject> poppedUpItem(const std::vector<AtspiWindow>& windows, const CGRect& popup) {
     struct Node {
       AtspiObject object;
-      bool inMenu;
+      enum { anything, menu, comboBox } in;
     };
     std::vector<Node> level;
-    for (const AtspiWindow& window : windows) level.push_back({window.object, false});
-    std::vector<AtspiObject> menus;
+    for (const AtspiWindow& window : windows) level.push_back({window.object, Node::anything});
+    std::vector<AtspiObject> lists;
     std::size_t searched = 0;
     for (int depth = 0; depth < deepestMenu && !level.empty(); ++depth) {
       for (const Node& node : level) reader_.ask(node.object, Fact::children);
       std::vector<Node> below;
       for (const Node& node : level) {
-        for (const AtspiObject& child : childrenOf(node.object)) below.push_back({child, node.inMenu});
+        for (const AtspiObject& child : childrenOf(node.object)) below.push_back({child, node.in});
       }
       if ((searched += below.size()) > mostNodesSearched) break;
       for (const Node& node : below) {
@@ -206,21 +207,32 @@ class HitTest {
       for (const Node& node : below) {
         const auto* role = reader_.read(node.object, Fact::role, seconds_).as<std::uint32_t>();
         const auto* states = reader_.read(node.object, Fact::states, seconds_).as<AtspiStates>();
-        if (!role || !states || !has(*states, stateShowing)) continue;
-        const bool isMenu = *role == roleMenu || *role == rolePopupMenu;
-        if (isMenu && (!node.inMenu || has(*states, stateSelected))) {
+        const auto* children = reader_.read(node.object, Fact::childCount, seconds_).as<std::int32_t>();
+        if (!role || !states || !children || *children == 0 || !has(*states, stateShowing)) continue;
+        const std::string_view kind = roleRow(*role).role;
+        // A menu in a menu is an item of it, and shows whether it is open or not.
+        const bool isOpenMenu =
+            kind == "AXMenu" && (node.in != Node::menu || *role == rolePopupMenu || has(*states, stateSelected));
+        const bool isOpenList =
+            node.in == Node::comboBox && (kind == "AXList" || kind == "AXOutline" || kind == "AXTable");
+        if (isOpenMenu || isOpenList) {
           reader_.askComponent(node.object, Fact::atPoint);
-          menus.push_back(node.object);
+          lists.push_back(node.object);
         }
-        const bool mayHoldMenus = *role == roleMenuBar || (isMenu && (!node.inMenu || has(*states, stateSelected))) ||
-                                  roleRow(*role).role == "AXGroup" || roleRow(*role).role == "AXWindow";
-        if (mayHoldMenus) level.push_back({node.object, isMenu || *role == roleMenuBar});
+        if (kind == "AXGroup" || kind == "AXWindow") level.push_back(node);
+        if (kind == "AXComboBox") level.push_back({node.object, Node::comboBox});
+        const bool holdsMenus = kind == "AXMenuBar" || (kind == "AXMenuItem" && node.in == Node::menu);
+        if (isOpenMenu || holdsMenus) level.push_back({node.object, Node::menu});
       }
     }
     std::optional<AtspiObject> found;
-    for (const AtspiObject& menu : menus) {
-      const auto* item = reader_.read(menu, Fact::atPoint, seconds_).as<AtspiObject>();
-      if (item && !item->isNull() && containsPoint(*item) && popup.contains(frameOf(*item)->origin)) found = *item;
+    for (const AtspiObject& list : lists) {
+      const auto* item = reader_.read(list, Fact::atPoint, seconds_).as<AtspiObject>();
+      if (!item || item->isNull() || !containsPoint(*item)) continue;
+      const CGRect frame = *frameOf(*item);
+      const bool isInPopup =
+          frame.origin.y >= popup.origin.y && frame.origin.y + frame.size.height <= popup.origin.y + popup.size.height;
+      if (isInPopup) found = *item;
     }
     return found;
   }

@@ -220,10 +220,9 @@ void AtspiReader::plan(const AtspiObject& object, Entry& entry) {
   if (!(wants & (wantsName | wantsStep))) return;
   const AtspiAnswer* role = answered(Fact::role);
   const AtspiAnswer* name = answered(Fact::name);
-  if (wants & wantsStep) {
-    ask(object, Fact::description);
-    ask(object, Fact::helpText);
-    if (object.path != AtspiObject::rootPath) ask(object, Fact::parent);
+  const bool isApplication = object.path == AtspiObject::rootPath;
+  if ((wants & wantsStep) && !isApplication) {
+    for (const Fact fact : {Fact::description, Fact::helpText, Fact::parent}) ask(object, fact);
   }
 
   const auto* number = role ? role->as<std::uint32_t>() : nullptr;
@@ -233,11 +232,12 @@ void AtspiReader::plan(const AtspiObject& object, Entry& entry) {
   const bool nameless = !text || text->empty();
   if (row.depends == RoleDepends::multiLine) ask(object, Fact::states);
   if (row.depends == RoleDepends::webRole) ask(object, Fact::objectAttributes);
+  if (isApplication) return;
   if (nameless) planOtherNames(object, entry, row);
   if ((wants & wantsStep) || nameless) planValue(object, entry, row);
   if (!(wants & wantsStep)) return;
   if (row.role == "AXWindow") askComponent(object, Fact::extents);
-  const AtspiAnswer* parent = *number == roleApplication ? nullptr : answered(Fact::parent);
+  const AtspiAnswer* parent = answered(Fact::parent);
   const auto* above = parent ? parent->as<AtspiObject>() : nullptr;
   if (!above || above->isNull()) return;
   entries_[*above].isParent = true;

@@ -76,7 +76,8 @@ struct RoleRow {
 
   /// Whether what is inside such an element is but its looks.
   [[nodiscard]] bool isControl() const {
-    for (const char* control : {"AXButton", "AXCheckBox", "AXRadioButton", "AXLink", "AXMenuItem", "AXMenuButton"}) {
+    for (const char* control : {"AXButton", "AXCheckBox", "AXRadioButton", "AXLink", "AXMenuItem", "AXMenuButton",
+                                "AXTextField", "AXTextArea", "AXComboBox"}) {
       if (role == control) return true;
     }
     return false;
