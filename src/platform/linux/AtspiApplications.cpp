@@ -34,16 +34,6 @@ void AtspiApplications::setLacks(const AtspiObject& object, Fact fact) {
   knownLocked(object).lacking |= std::uint64_t{1} << static_cast<unsigned>(fact);
 }
 
-std::optional<std::string> AtspiApplications::directAddress(const AtspiObject& object) {
-  const std::lock_guard lock(mutex_);
-  return knownLocked(object).directAddress;
-}
-
-void AtspiApplications::setDirectAddress(const AtspiObject& object, const std::string& address) {
-  const std::lock_guard lock(mutex_);
-  knownLocked(object).directAddress = address;
-}
-
 std::vector<AtspiObject> AtspiApplications::all(AtspiReader& reader, double seconds) {
   const AtspiObject desktop{AtspiObject::registryName, AtspiObject::rootPath, reader.busNumber()};
   reader.ask(desktop, Fact::childCount);

@@ -30,15 +30,9 @@ class AtspiApplications {
   bool lacks(const AtspiObject& object, Fact fact);
   void setLacks(const AtspiObject& object, Fact fact);
 
-  /// The address of the application's own D-Bus server: absent when it has not been asked for, empty when there is
-  /// none.
-  std::optional<std::string> directAddress(const AtspiObject& object);
-  void setDirectAddress(const AtspiObject& object, const std::string& address);
-
  private:
   struct Known {
     std::optional<std::int32_t> pid;
-    std::optional<std::string> directAddress;
     std::uint64_t lacking = 0;
     AtspiObject root;
   };

@@ -10,7 +10,6 @@ namespace {
 
 constexpr std::uint64_t startTime = 1'000'000;  // microseconds: the bus or its registry may have to be started
 constexpr std::uint64_t answerTime = 250'000;
-constexpr std::size_t mostDirectLinks = 16;
 constexpr std::size_t mostIdleLinks = 2;
 
 SdBusMessagePtr newMessage(const AtspiLink& link, const char* destination, const char* path, const char* interface,
@@ -50,12 +49,6 @@ bool registryAnswers(AtspiLink& bus) {
 
 }  // namespace
 
-bool AtspiLinks::refresh() {
-  std::erase_if(direct, [](auto& entry) { return !entry.second->process(); });
-  if (direct.size() > mostDirectLinks) direct.clear();
-  return bus->process();
-}
-
 AtspiBus::Address AtspiBus::address() {
   {
     const std::lock_guard lock(mutex_);
@@ -72,59 +65,56 @@ void AtspiBus::forget(std::uint32_t number) {
   if (address_.number == number) address_.text.clear();
 }
 
-std::unique_ptr<AtspiLinks> AtspiBus::open() {
+std::unique_ptr<AtspiLink> AtspiBus::open() {
   constexpr int attempts = 2;  // the address may be that of a bus that has died
   for (int attempt = 0; attempt < attempts; ++attempt) {
     const Address at = address();
     if (at.text.empty()) return nullptr;
-    auto links = std::make_unique<AtspiLinks>();
-    links->busNumber = at.number;
-    links->bus = AtspiLink::open(at.text, AtspiLink::Peer::bus);
-    if (links->bus && links->bus->process()) return links;
+    auto link = AtspiLink::open(at.text, at.number);
+    if (link && link->process()) return link;
     forget(at.number);
   }
   return nullptr;
 }
 
-AtspiBus::LinksPtr AtspiBus::links() {
-  std::unique_ptr<AtspiLinks> links;
+AtspiBus::LinkPtr AtspiBus::link() {
+  std::unique_ptr<AtspiLink> link;
   {
     const std::lock_guard lock(mutex_);
     if (!idle_.empty()) {
-      links = std::move(idle_.back());
+      link = std::move(idle_.back());
       idle_.pop_back();
     }
   }
-  if (links && !links->refresh()) {
-    forget(links->busNumber);
-    links.reset();
+  if (link && !link->process()) {
+    forget(link->busNumber());
+    link.reset();
   }
-  if (!links) links = open();
+  if (!link) link = open();
   bool isNew = false;
-  if (links) {
+  if (link) {
     const std::lock_guard lock(mutex_);
-    isNew = greeted_ != links->busNumber;
-    greeted_ = links->busNumber;
+    isNew = greeted_ != link->busNumber();
+    greeted_ = link->busNumber();
   }
   if (isNew) {
-    if (!startRegistry(*links->bus)) {
+    if (!startRegistry(*link)) {
       const std::lock_guard lock(mutex_);
       greeted_ = 0;
     }
     newBus_();
   }
-  return {links.release(), [this](AtspiLinks* used) {
-            std::unique_ptr<AtspiLinks> returned(used);
+  return {link.release(), [this](AtspiLink* used) {
+            std::unique_ptr<AtspiLink> returned(used);
             const std::lock_guard lock(mutex_);
-            if (returned->busNumber == address_.number && idle_.size() < mostIdleLinks) {
-              idle_.push_back(std::move(returned));
-            }
+            const bool isCurrent = returned->busNumber() == address_.number;
+            if (isCurrent && idle_.size() < mostIdleLinks) idle_.push_back(std::move(returned));
           }};
 }
 
 bool AtspiBus::answers() {
-  const LinksPtr connections = links();
-  return connections && registryAnswers(*connections->bus);
+  const LinkPtr connection = link();
+  return connection && registryAnswers(*connection);
 }
 
 void AtspiBus::announceAssistiveTechnology() {

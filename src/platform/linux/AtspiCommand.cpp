@@ -44,7 +44,7 @@ Result<NamedAction> namedAction(const AtspiSubject& subject, const std::string& 
 template <class... Arguments>
 ResultCode run(const AtspiSubject& subject, const char* interface, const char* member, const char* types,
                Arguments... arguments) {
-  AtspiLink* link = subject.reader.busLink();
+  AtspiLink* link = subject.reader.link();
   if (!link) return ResultCode::apiDisabled;
   if (subject.object.isNull() || subject.object.bus != subject.reader.busNumber()) return ResultCode::invalidUIElement;
   sd_bus_message* message = nullptr;

@@ -19,7 +19,6 @@ constexpr const char* hyperlink = "org.a11y.atspi.Hyperlink";
 constexpr const char* selection = "org.a11y.atspi.Selection";
 constexpr const char* table = "org.a11y.atspi.Table";
 constexpr const char* action = "org.a11y.atspi.Action";
-constexpr const char* application = "org.a11y.atspi.Application";
 constexpr const char* daemon = "org.freedesktop.DBus";
 
 constexpr std::uint32_t screenCoordinates = 0;
@@ -63,7 +62,6 @@ constexpr std::array<FactCall, factCount> calls = {{
     {Fact::columnCount, table, Access::property, "NColumns", "i"},
     {Fact::actions, action, Access::method, "GetActions", "a(sss)"},
     {Fact::indexInParent, accessible, Access::method, "GetIndexInParent", "i"},
-    {Fact::directAddress, application, Access::method, "GetApplicationBusAddress", "s"},
     {Fact::processId, daemon, Access::method, "GetConnectionUnixProcessID", "u"},
 }};
 
@@ -222,7 +220,7 @@ bool convert(AtspiAnswer::Value& from, std::string_view signature) {
 
 std::string_view requiredInterface(Fact fact) {
   const std::string_view interface = callOf(fact).interface;
-  const bool always = interface == accessible || interface == application || interface == daemon;
+  const bool always = interface == accessible || interface == daemon;
   return always ? std::string_view() : interface;
 }
 

@@ -47,7 +47,6 @@ enum class Fact : std::uint8_t {
   columnCount,
   actions,
   indexInParent,
-  directAddress,
   processId,
 };
 inline constexpr std::size_t factCount = static_cast<std::size_t>(Fact::processId) + 1;

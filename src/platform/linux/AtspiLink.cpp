@@ -1,8 +1,5 @@
 #include "platform/linux/AtspiLink.h"
 
-#include <poll.h>
-
-#include <algorithm>
 #include <chrono>
 
 namespace zqlogging {
@@ -21,18 +18,18 @@ std::uint64_t monotonicMicroseconds() {
       .count();
 }
 
-std::unique_ptr<AtspiLink> AtspiLink::open(const std::string& address, Peer peer) {
+std::unique_ptr<AtspiLink> AtspiLink::open(const std::string& address, std::uint32_t busNumber) {
   sd_bus* bus = nullptr;
   if (sd_bus_new(&bus) < 0) return nullptr;
-  std::unique_ptr<AtspiLink> link(new AtspiLink(bus));
-  const bool opened = sd_bus_set_address(bus, address.c_str()) >= 0 &&
-                      sd_bus_set_bus_client(bus, peer == Peer::bus) >= 0 && sd_bus_start(bus) >= 0;
+  std::unique_ptr<AtspiLink> link(new AtspiLink(bus, busNumber));
+  const bool opened =
+      sd_bus_set_address(bus, address.c_str()) >= 0 && sd_bus_set_bus_client(bus, 1) >= 0 && sd_bus_start(bus) >= 0;
   return opened ? std::move(link) : nullptr;
 }
 
 std::unique_ptr<AtspiLink> AtspiLink::openSessionBus() {
   sd_bus* bus = nullptr;
-  return sd_bus_open_user(&bus) < 0 ? nullptr : std::unique_ptr<AtspiLink>(new AtspiLink(bus));
+  return sd_bus_open_user(&bus) < 0 ? nullptr : std::unique_ptr<AtspiLink>(new AtspiLink(bus, 0));
 }
 
 AtspiLink::~AtspiLink() {
@@ -50,29 +47,18 @@ bool AtspiLink::process() {
   return !lost_;
 }
 
+void AtspiLink::waitUntil(std::uint64_t deadline) const {
+  const std::uint64_t now = monotonicMicroseconds();
+  if (now < deadline) sd_bus_wait(bus_, deadline - now);
+}
+
 SdBusMessagePtr AtspiLink::call(const SdBusMessagePtr& message, std::uint64_t deadline) {
   SdBusMessagePtr reply;
   sd_bus_slot* slot = nullptr;
   if (!message || sd_bus_call_async(bus_, &slot, message.get(), keepReply, &reply, UINT64_MAX) < 0) return nullptr;
   const SdBusSlotPtr pending(slot);
-  while (process() && !reply && monotonicMicroseconds() < deadline) waitForLinks({this}, deadline);
+  while (process() && !reply && monotonicMicroseconds() < deadline) waitUntil(deadline);
   return reply;
-}
-
-void waitForLinks(const std::vector<AtspiLink*>& links, std::uint64_t deadline) {
-  std::vector<pollfd> descriptors;
-  for (const AtspiLink* link : links) {
-    const int descriptor = sd_bus_get_fd(link->bus());
-    const int events = sd_bus_get_events(link->bus());
-    if (descriptor >= 0 && events >= 0) descriptors.push_back({descriptor, static_cast<short>(events), 0});
-    std::uint64_t due = UINT64_MAX;
-    if (sd_bus_get_timeout(link->bus(), &due) > 0) deadline = std::min(deadline, due);
-  }
-  const std::uint64_t now = monotonicMicroseconds();
-  if (now >= deadline) return;
-  const std::uint64_t left = deadline - now;
-  const timespec timeout{static_cast<time_t>(left / 1'000'000), static_cast<long>(left % 1'000'000 * 1000)};
-  ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr);
 }
 
 }  // namespace zqlogging

@@ -19,13 +19,12 @@ struct SdBusSlotUnref {
 };
 using SdBusSlotPtr = std::unique_ptr<sd_bus_slot, SdBusSlotUnref>;
 
-/// One D-Bus connection, used by one thread at a time. Opening does not wait: connecting and authenticating go on while
-/// `process` is called.
+/// One connection to a message bus, used by one thread at a time. Opening does not wait: connecting and authenticating
+/// go on while `process` is called.
 class AtspiLink {
  public:
-  enum class Peer { bus, application };
-  /// A connection to a message bus, or straight to an application; null when there is nothing at the address.
-  static std::unique_ptr<AtspiLink> open(const std::string& address, Peer peer);
+  /// Null when there is nothing at the address. `busNumber` is whatever tells the bus from others.
+  static std::unique_ptr<AtspiLink> open(const std::string& address, std::uint32_t busNumber);
   /// A connection to the session bus, or null.
   static std::unique_ptr<AtspiLink> openSessionBus();
 
@@ -34,22 +33,23 @@ class AtspiLink {
   ~AtspiLink();
 
   [[nodiscard]] sd_bus* bus() const { return bus_; }
+  [[nodiscard]] std::uint32_t busNumber() const { return busNumber_; }
   /// Sends what waits to be sent and handles what has arrived. False once the connection is lost.
   bool process();
+  /// Waits until there is something to process, at most until the monotonic time `deadline` (microseconds).
+  void waitUntil(std::uint64_t deadline) const;
 
-  /// Sends one call and waits for its reply until the monotonic time `deadline` (microseconds); null without one. The
-  /// reply may be an error.
+  /// Sends one call and waits for its reply until the monotonic time `deadline`; null without one. The reply may be an
+  /// error.
   SdBusMessagePtr call(const SdBusMessagePtr& message, std::uint64_t deadline);
 
  private:
-  explicit AtspiLink(sd_bus* bus) : bus_(bus) {}
+  AtspiLink(sd_bus* bus, std::uint32_t busNumber) : bus_(bus), busNumber_(busNumber) {}
 
   sd_bus* bus_;
+  std::uint32_t busNumber_;
   bool lost_ = false;
 };
-
-/// Waits until one of the links has something to do, at most until the monotonic time `deadline` (microseconds).
-void waitForLinks(const std::vector<AtspiLink*>& links, std::uint64_t deadline);
 
 /// The monotonic time in microseconds.
 std::uint64_t monotonicMicroseconds();

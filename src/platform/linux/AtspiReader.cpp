@@ -28,7 +28,7 @@ bool hasInterface(const AtspiAnswer& interfaces, std::string_view name) {
 }  // namespace
 
 AtspiReader::AtspiReader(AtspiBus& bus, AtspiApplications& applications)
-    : applications_(applications), links_(bus.links()) {}
+    : applications_(applications), link_(bus.link()) {}
 
 void AtspiReader::setPoint(int x, int y) {
   if (x == x_ && y == y_) return;
@@ -93,8 +93,8 @@ void AtspiReader::want(const AtspiObject& object, unsigned wants) {
 }
 
 std::optional<AtspiAnswer> AtspiReader::answerWithoutAsking(const AtspiObject& object, Fact fact) {
-  if (!links_) return AtspiAnswer{ResultCode::apiDisabled, {}};
-  if (object.isNull() || object.bus != links_->busNumber) return AtspiAnswer{ResultCode::invalidUIElement, {}};
+  if (!link_) return AtspiAnswer{ResultCode::apiDisabled, {}};
+  if (object.isNull() || object.bus != link_->busNumber()) return AtspiAnswer{ResultCode::invalidUIElement, {}};
   if (givenUp_.contains(object.application)) return AtspiAnswer{ResultCode::cannotComplete, {}};
   if (applications_.lacks(object, fact)) return AtspiAnswer{ResultCode::attributeUnsupported, {}};
   return std::nullopt;
@@ -292,20 +292,12 @@ void AtspiReader::planValue(const AtspiObject& object, Entry& entry, const RoleR
 
 bool AtspiReader::wait(double seconds) {
   if (questions_.empty()) return false;
-  std::vector<std::unique_ptr<Call>> calls;
-  // Finding the way to an application may add a question.
-  for (std::size_t i = 0; i < questions_.size(); ++i) {
-    auto call = std::make_unique<Call>();
-    call->reader = this;
-    call->question = questions_[i];
-    call->link = linkTo(call->question.object, call->question.fact);
-    calls.push_back(std::move(call));
-  }
+  std::list<Call> calls;  // at addresses that stay
+  for (Question& question : questions_) calls.push_back({this, std::move(question), nullptr, false});
   questions_.clear();
-
   unanswered_ = 0;
-  for (const auto& call : calls) {
-    if (send(*call)) ++unanswered_;
+  for (Call& call : calls) {
+    if (send(call)) ++unanswered_;
   }
   AtspiStatistics::calls += unanswered_;
   ++AtspiStatistics::waits;
@@ -313,18 +305,7 @@ bool AtspiReader::wait(double seconds) {
   const std::uint64_t start = monotonicMicroseconds();
   const std::uint64_t left = std::min(mostLost - std::min(lost_, mostLost), mostWaited - std::min(waited_, mostWaited));
   const std::uint64_t deadline = start + std::min(static_cast<std::uint64_t>(seconds * 1e6), left);
-  for (;;) {
-    std::vector<AtspiLink*> links;
-    for (const auto& call : calls) {
-      if (!call->answered && std::find(links.begin(), links.end(), call->link) == links.end())
-        links.push_back(call->link);
-    }
-    for (AtspiLink* link : links) {
-      if (!link->process()) sendAgain(link, calls);
-    }
-    if (!unanswered_ || monotonicMicroseconds() >= deadline) break;
-    waitForLinks(links, deadline);
-  }
+  while (link_->process() && unanswered_ && monotonicMicroseconds() < deadline) link_->waitUntil(deadline);
   const std::uint64_t took = monotonicMicroseconds() - start;
   waited_ += took;
   if (unanswered_) {
@@ -332,32 +313,15 @@ bool AtspiReader::wait(double seconds) {
     lost_ += took;
     giveUp(calls);
   }
-  for (const auto& call : calls) settle(call->question.object);
+  for (const Call& call : calls) settle(call.question.object);
   return true;
-}
-
-AtspiLink* AtspiReader::linkTo(const AtspiObject& object, Fact fact) {
-  if (fact == Fact::processId || !object.application.starts_with(':')) return links_->bus.get();
-  if (const auto found = links_->direct.find(object.application); found != links_->direct.end()) {
-    return found->second.get();
-  }
-  const auto address = applications_.directAddress(object);
-  if (!address) {
-    ask({object.application, AtspiObject::rootPath, object.bus}, Fact::directAddress);
-  } else if (!address->empty()) {
-    if (auto link = AtspiLink::open(*address, AtspiLink::Peer::application)) {
-      return links_->direct.emplace(object.application, std::move(link)).first->second.get();
-    }
-    applications_.setDirectAddress(object, {});
-  }
-  return links_->bus.get();
 }
 
 bool AtspiReader::send(Call& call) {
   const Question& question = call.question;
-  const SdBusMessagePtr message(newCall(call.link->bus(), question.fact, question.object, question.arguments));
+  const SdBusMessagePtr message(newCall(link_->bus(), question.fact, question.object, question.arguments));
   sd_bus_slot* slot = nullptr;
-  if (!message || sd_bus_call_async(call.link->bus(), &slot, message.get(), receive, &call, UINT64_MAX) < 0) {
+  if (!message || sd_bus_call_async(link_->bus(), &slot, message.get(), receive, &call, UINT64_MAX) < 0) {
     call.answered = true;
     keep(question, {ResultCode::cannotComplete, {}});
     return false;
@@ -369,9 +333,6 @@ bool AtspiReader::send(Call& call) {
 int AtspiReader::receive(sd_bus_message* reply, void* data, sd_bus_error* /*error*/) {
   Call& call = *static_cast<Call*>(data);
   AtspiReader& reader = *call.reader;
-  if (call.link != reader.links_->bus.get() && sd_bus_message_is_method_error(reply, SD_BUS_ERROR_NO_REPLY)) {
-    return 0;  // the direct connection is lost; the bus knows more
-  }
   call.answered = true;
   --reader.unanswered_;
   reader.keep(call.question, readAnswer(reply, call.question.fact, reader.busNumber()));
@@ -380,10 +341,6 @@ int AtspiReader::receive(sd_bus_message* reply, void* data, sd_bus_error* /*erro
 
 void AtspiReader::keep(const Question& question, AtspiAnswer answer) {
   const auto& [object, fact, arguments] = question;
-  if (fact == Fact::directAddress) {
-    const auto* address = answer.as<std::string>();
-    applications_.setDirectAddress(object, address ? *address : std::string());
-  }
   const bool mayBeLacking = fact == Fact::helpText || fact == Fact::accessibleId;
   if (mayBeLacking && answer.code == ResultCode::attributeUnsupported) applications_.setLacks(object, fact);
   const bool isGone = answer.code == ResultCode::invalidUIElement && object.path == AtspiObject::rootPath;
@@ -396,33 +353,13 @@ void AtspiReader::keep(const Question& question, AtspiAnswer answer) {
   }
 }
 
-/// The direct connection to an application is lost: what it has not answered is asked through the bus.
-void AtspiReader::sendAgain(AtspiLink* lost, std::vector<std::unique_ptr<Call>>& calls) {
-  const bool isBus = lost == links_->bus.get();
-  for (const auto& call : calls) {
-    if (call->answered || call->link != lost) continue;
-    call->slot.reset();
-    call->link = links_->bus.get();
-    if (isBus) {
-      call->answered = true;
-      keep(call->question, {ResultCode::cannotComplete, {}});
-    } else {
-      applications_.setDirectAddress(call->question.object, {});
-    }
-    if (isBus || !send(*call)) --unanswered_;
-  }
-  std::erase_if(links_->direct, [&](const auto& entry) { return entry.second.get() == lost; });
-}
-
 /// The wait has run out.
-void AtspiReader::giveUp(std::vector<std::unique_ptr<Call>>& calls) {
-  for (const auto& call : calls) {
-    if (call->answered) continue;
-    call->slot.reset();
-    const AtspiObject& object = call->question.object;
-    givenUp_.insert(object.application);
-    keep(call->question, {ResultCode::cannotComplete, {}});
-    links_->direct.erase(object.application);
+void AtspiReader::giveUp(std::list<Call>& calls) {
+  for (Call& call : calls) {
+    if (call.answered) continue;
+    call.slot.reset();
+    givenUp_.insert(call.question.object.application);
+    keep(call.question, {ResultCode::cannotComplete, {}});
   }
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <bitset>
 #include <cstdint>
+#include <list>
 #include <map>
 #include <optional>
 #include <string>
@@ -25,10 +26,10 @@ class AtspiReader {
  public:
   /// What will be wanted of an object. The facts behind it are asked along with whatever is waited for anyway.
   enum Wants : unsigned {
-    wantsName = 1,        ///< what names it
-    wantsStep = 2,        ///< its step in a path, and those of its ancestors: name, value, and the frame of the window
-    wantsSiblings = 4,    ///< with wantsStep: the list of its parent's children
-    wantsChildren = 8,    ///< the list of its children
+    wantsName = 1,      ///< what names it
+    wantsStep = 2,      ///< its step in a path, and those of its ancestors: name, value, and the frame of the window
+    wantsSiblings = 4,  ///< with wantsStep: the list of its parent's children
+    wantsChildren = 8,  ///< the list of its children
     wantsChildCount = 16,
     wantsFrame = 32,
   };
@@ -37,7 +38,7 @@ class AtspiReader {
   AtspiReader(const AtspiReader&) = delete;
   AtspiReader& operator=(const AtspiReader&) = delete;
 
-  [[nodiscard]] std::uint32_t busNumber() const { return links_ ? links_->busNumber : 0; }
+  [[nodiscard]] std::uint32_t busNumber() const { return link_ ? link_->busNumber() : 0; }
 
   /// The answer, asked for if it is not known yet; `seconds` is the messaging time-out of each wait.
   const AtspiAnswer& read(const AtspiObject& object, Fact fact, double seconds);
@@ -62,7 +63,7 @@ class AtspiReader {
   void setPoint(int x, int y);
 
   /// The connection to the bus, for calls that are no questions; null without a bus.
-  AtspiLink* busLink() { return links_ ? links_->bus.get() : nullptr; }
+  AtspiLink* link() { return link_.get(); }
 
  private:
   struct Entry {
@@ -82,7 +83,6 @@ class AtspiReader {
   struct Call {
     AtspiReader* reader = nullptr;
     Question question;
-    AtspiLink* link = nullptr;
     SdBusSlotPtr slot;
     bool answered = false;
   };
@@ -97,12 +97,10 @@ class AtspiReader {
   void planValue(const AtspiObject& object, Entry& entry, const RoleRow& row);
   void keep(const Question& question, AtspiAnswer answer);
   bool send(Call& call);
-  void sendAgain(AtspiLink* lost, std::vector<std::unique_ptr<Call>>& calls);
-  AtspiLink* linkTo(const AtspiObject& object, Fact fact);
-  void giveUp(std::vector<std::unique_ptr<Call>>& calls);
+  void giveUp(std::list<Call>& calls);
 
   AtspiApplications& applications_;
-  AtspiBus::LinksPtr links_;
+  AtspiBus::LinkPtr link_;
   std::unordered_map<AtspiObject, Entry, AtspiObjectHash> entries_;
   std::vector<Question> questions_;
   std::vector<AtspiObject> unsettled_;
