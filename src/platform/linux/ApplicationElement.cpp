@@ -46,7 +46,7 @@ Result<std::int32_t> ApplicationElement::getPid() const {
 
 Result<std::vector<std::string>> ApplicationElement::copyAttributeNames() const {
   return accessibility().withReader([&](AtspiReader& reader) -> Result<std::vector<std::string>> {
-    const auto roots = accessibility().applications().rootsOf(pid_, reader, timeout());
+    const auto roots = accessibility().rootsOf(pid_, reader, timeout());
     if (!roots.empty()) return attributeNames({accessibility(), reader, roots.front(), timeout()});
     if (!processExists(pid_)) return ResultCode::invalidUIElement;
     return std::vector<std::string>(std::begin(strangersAttributes), std::end(strangersAttributes));
@@ -63,7 +63,7 @@ Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribut
   // Some toolkits describe an application by the path of its executable.
   if (attribute == "AXDescription") return ResultCode::noValue;
   return accessibility().withReader([&](AtspiReader& reader) -> Result<Value> {
-    const auto roots = accessibility().applications().rootsOf(pid_, reader, timeout());
+    const auto roots = accessibility().rootsOf(pid_, reader, timeout());
     if (roots.empty()) return valueOfStranger(attribute);
     const AtspiSubject subject{accessibility(), reader, roots.front(), timeout()};
     Result<Value> value = attributeValue(subject, attribute);

@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::uint64_t startTime = 1'000'000;  // microseconds: the bus or its registry may have to be started
 constexpr std::uint64_t answerTime = 250'000;
+constexpr std::uint64_t lookInterval = 5'000'000;
 constexpr std::size_t mostIdleLinks = 2;
 
 SdBusMessagePtr newMessage(const AtspiLink& link, const char* destination, const char* path, const char* interface,
@@ -90,6 +91,7 @@ AtspiBus::LinkPtr AtspiBus::link() {
     forget(link->busNumber());
     link.reset();
   }
+  if (link && link->busNumber() != address().number) link.reset();
   if (!link) link = open();
   bool isNew = false;
   if (link) {
@@ -112,7 +114,20 @@ AtspiBus::LinkPtr AtspiBus::link() {
           }};
 }
 
+void AtspiBus::lookForAnotherBus(bool now) {
+  {
+    const std::lock_guard lock(mutex_);
+    const std::uint64_t time = monotonicMicroseconds();
+    if (!now && time - lookedAt_ < lookInterval) return;
+    lookedAt_ = time;
+  }
+  const std::string found = askForAddress();
+  const std::lock_guard lock(mutex_);
+  if (!found.empty() && found != address_.text) address_ = {found, address_.number + 1};
+}
+
 bool AtspiBus::answers() {
+  lookForAnotherBus(true);
   const LinkPtr connection = link();
   return connection && registryAnswers(*connection);
 }

@@ -34,6 +34,10 @@ class AtspiBus {
   };
   Address address();
 
+  /// Asks the session whether there is another bus by now: an old one may outlive the service that announced it. Not
+  /// more often than every few seconds unless `now`.
+  void lookForAnotherBus(bool now);
+
   /// Whether the bus and its registry answer now. Asks them, and waits a quarter of a second at most once it has met
   /// them; the first time it may start them.
   bool answers();
@@ -48,6 +52,7 @@ class AtspiBus {
   const std::function<void()> newBus_;
   std::mutex mutex_;
   Address address_;
+  std::uint64_t lookedAt_ = 0;
   std::uint32_t greeted_ = 0;  ///< the number of the last bus that we have met
   std::vector<std::unique_ptr<AtspiLink>> idle_;
 };

@@ -76,8 +76,9 @@ AtspiEvents::~AtspiEvents() { g_main_context_unref(context_); }
 void AtspiEvents::runOnItsThread(std::function<void()> task) { runOn(context_, std::move(task)); }
 
 bool AtspiEvents::connect() {
-  if (source_) return true;
   const AtspiBus::Address address = bus_.address();
+  if (source_ && busNumber_ == address.number) return true;
+  if (source_) disconnected();
   sd_bus* bus = nullptr;
   if (address.text.empty() || sd_bus_new(&bus) < 0) return false;
   if (sd_bus_set_address(bus, address.text.c_str()) < 0 || sd_bus_set_bus_client(bus, 1) < 0 || sd_bus_start(bus) < 0) {
@@ -149,7 +150,7 @@ void AtspiEvents::addMatch(const std::shared_ptr<Subscriber>& subscriber, const 
 
 void AtspiEvents::registerEvent(std::string_view name, bool wanted) {
   if (!source_) return;
-  // Nothing depends on the reply, and none is asked for.
+  // Nothing depends on the reply, and none is asked for. A registry that is not there is told when it comes.
   sd_bus_message* message = nullptr;
   if (sd_bus_message_new_method_call(source_->bus(), &message, AtspiObject::registryName, registryPath,
                                      registryInterface, wanted ? "RegisterEvent" : "DeregisterEvent") < 0) {
@@ -157,6 +158,7 @@ void AtspiEvents::registerEvent(std::string_view name, bool wanted) {
   }
   const SdBusMessagePtr call(message);
   sd_bus_message_set_expect_reply(message, 0);
+  sd_bus_message_set_auto_start(message, 0);
   if (sd_bus_message_append(message, "s", std::string(name).c_str()) >= 0) {
     sd_bus_send(source_->bus(), message, nullptr);
   }

@@ -42,7 +42,7 @@ class AtspiEvents : public std::enable_shared_from_this<AtspiEvents> {
   /// Runs the task later on the context's thread. Any thread.
   void runOnItsThread(std::function<void()> task);
 
-  /// Connects where there is no connection: after the bus has died, or before it has come.
+  /// Connects where there is no connection, or one to another bus: after the bus has died, or before it has come.
   bool connect();
 
  private:

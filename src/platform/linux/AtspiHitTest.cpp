@@ -46,8 +46,8 @@ class HitTest {
     if (!accessibility_.windows().isAvailable()) return withoutStacking(pid);
     const auto window = pid ? windowOf(*pid) : accessibility_.windows().windowAt(x_, y_);
     if (!window) return ResultCode::noValue;
-    const auto roots = window->pid ? accessibility_.applications().rootsOf(*window->pid, reader_, seconds_)
-                                   : std::vector<AtspiObject>();
+    const auto roots =
+        window->pid ? accessibility_.rootsOf(*window->pid, reader_, seconds_) : std::vector<AtspiObject>();
     for (const AtspiObject& root : roots) reader_.ask(root, Fact::children);
     for (const AtspiObject& root : roots) {
       const auto windows = windowsOf(reader_, root, seconds_, true);
@@ -91,8 +91,8 @@ class HitTest {
 
   /// No X server to say what lies on top: the active window does, or else any that shows there.
   Result<ElementRef> withoutStacking(std::optional<std::int32_t> pid) {
-    const auto roots = pid ? accessibility_.applications().rootsOf(*pid, reader_, seconds_)
-                           : accessibility_.applications().all(reader_, seconds_);
+    const auto roots =
+        pid ? accessibility_.rootsOf(*pid, reader_, seconds_) : accessibility_.applications().all(reader_, seconds_);
     for (const AtspiObject& root : roots) reader_.ask(root, Fact::children);
     std::optional<AtspiWindow> best;
     for (const AtspiObject& root : roots) {

@@ -118,7 +118,7 @@ void AtspiObserver::listen(const std::shared_ptr<State>& state, const std::share
   std::vector<std::string> senders;
   accessibility.withReader([&](AtspiReader& reader) {
     const double seconds = accessibility.messagingTimeout();
-    for (const AtspiObject& root : accessibility.applications().rootsOf(state->pid, reader, seconds)) {
+    for (const AtspiObject& root : accessibility.rootsOf(state->pid, reader, seconds)) {
       senders.push_back(root.application);
       // The window that is the main one already has not become it.
       const bool isAboutMainWindow = registration->notification == mainWindowChanged;

@@ -82,8 +82,7 @@ port::Result<std::unique_ptr<port::NotificationObserver>> LinuxAccessibility::cr
     std::int32_t pid, port::NotificationCallback callback) {
   if (pid < 0 || !callback) return port::ResultCode::illegalArgument;
   if (!processExists(pid)) return port::ResultCode::invalidUIElement;
-  return std::unique_ptr<port::NotificationObserver>(
-      std::make_unique<AtspiObserver>(*this, pid, std::move(callback)));
+  return std::unique_ptr<port::NotificationObserver>(std::make_unique<AtspiObserver>(*this, pid, std::move(callback)));
 }
 
 std::unique_ptr<port::Subscription> LinuxAccessibility::subscribeActivation(
@@ -103,6 +102,12 @@ std::unique_ptr<port::Subscription> LinuxAccessibility::subscribeActivation(
         });
   });
   return std::make_unique<ActivationSubscription>(std::move(activation));
+}
+
+std::vector<AtspiObject> LinuxAccessibility::rootsOf(std::int32_t pid, AtspiReader& reader, double seconds) {
+  auto roots = applications_.rootsOf(pid, reader, seconds);
+  if (roots.empty()) bus_.lookForAnotherBus(false);  // for the next reader
+  return roots;
 }
 
 std::shared_ptr<AtspiEvents> LinuxAccessibility::eventsOfCurrentLoop() {

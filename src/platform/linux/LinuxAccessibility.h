@@ -57,6 +57,9 @@ class LinuxAccessibility : public port::Accessibility {
   double messagingTimeout() const { return messagingTimeout_; }
   void setMessagingTimeout(float seconds);
 
+  /// The root objects that a process has on the accessibility bus.
+  std::vector<AtspiObject> rootsOf(std::int32_t pid, AtspiReader& reader, double seconds);
+
   /// The events for the handlers of the calling thread's main context.
   std::shared_ptr<AtspiEvents> eventsOfCurrentLoop();
 
