@@ -8,6 +8,7 @@
 #include "zqlogging/EventDictionary.h"
 #include "zqlogging/Geometry.h"
 #include "zqlogging/Pixels.h"
+#include "zqlogging/Recognition.h"
 #include "zqlogging/Scenario.h"
 #include "zqlogging/ZQAccessibilityWindowUtils.h"
 #include "zqlogging/ZQDeveloperLogger.h"

@@ -6,5 +6,6 @@ class App;
 
 // Each adds one command, which leaves its exit status in `exitCode` when it has run.
 void addInspect(CLI::App& program, int& exitCode);
+void addRecognize(CLI::App& program, int& exitCode);
 void addRecord(CLI::App& program, int& exitCode);
 void addReplay(CLI::App& program, int& exitCode);

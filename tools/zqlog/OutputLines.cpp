@@ -159,6 +159,10 @@ std::string describeLine(const ElementDescription& description) {
   return Line().addJson("describe", description.json).add("frame", description.frame).text();
 }
 
+std::string recognizedLine(const std::string& file, const std::vector<ZQTextDetection>& texts, double milliseconds) {
+  return Line().add("file", file).add("milliseconds", std::round(milliseconds * 100) / 100).add("texts", texts).text();
+}
+
 void printLine(const std::string& line) {
   static std::mutex mutex;
   const std::lock_guard lock(mutex);

@@ -19,5 +19,9 @@ std::string chunkLine(const std::vector<zqlogging::EventDictionary>& events, con
 /// The element's description, and beside it its frame (null where it has none) in screen points from the top left.
 std::string describeLine(const zqlogging::ElementDescription& description);
 
+/// What was read in a picture file, and how long that took.
+std::string recognizedLine(const std::string& file, const std::vector<zqlogging::ZQTextDetection>& texts,
+                           double milliseconds);
+
 /// Prints a line at once and in one piece. Any thread. Throws std::system_error when the output is closed.
 void printLine(const std::string& line);

@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
   addRecord(program, exitCode);
   addInspect(program, exitCode);
   addReplay(program, exitCode);
+  addRecognize(program, exitCode);
   try {
     program.parse(argc, argv);
     if (program.get_subcommands().empty()) throw CLI::RequiredError("A command");

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/linux/ocr/LineSegmentation.h"
+
+namespace zqlogging::ocr {
+
+/// The parts of a line's ink that share columns: a letter, as a rule, or several that touch.
+struct Glyph {
+  /// What the ink shows beyond doubt. Upright strokes are I, l or |, with a dot i or !.
+  enum class Shape { other, bar, dottedBar, barOverDot, slash, dot, colon, dash, lowDash };
+  PixelBox box;
+  Shape shape = Shape::other;
+};
+
+/// The glyphs of a line, from left to right.
+std::vector<Glyph> findGlyphs(const Segmentation& picture, const TextLine& line);
+
+}  // namespace zqlogging::ocr
