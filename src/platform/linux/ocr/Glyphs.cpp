@@ -10,6 +10,8 @@ constexpr double kThin = 0.27;  ///< the width of an upright stroke, the size of
 constexpr double kMinThinPixels = 2;
 constexpr double kMinStrokeHeight = 0.75;
 constexpr double kMinStemHeight = 0.5;
+/// The least size of a plus sign, in pixels.
+constexpr int kMinPlus = 5;
 /// How far strokes lean: columns a row.
 constexpr double kUpright = 0.12, kMinSlash = 0.25, kMaxSlash = 0.8;
 /// A row of a stroke paler than this part of the usual one is the gap under or over a dot.
@@ -51,6 +53,7 @@ class ShapeFinder {
   [[nodiscard]] Glyph::Shape ofOne(int part) const {
     const PixelBox& box = picture_.components.all[part].box;
     if (isDot(box) && stands(box)) return Glyph::Shape::dot;
+    if (std::min(box.width, box.height) >= kMinPlus && isPlus(picture_.components, part)) return Glyph::Shape::plus;
     if (box.height <= thin_ && box.width >= 1.5 * box.height) {
       if (box.y >= baseline_) return Glyph::Shape::lowDash;
       const bool atHalfHeight = box.y > top_ + 0.3 * height_ && box.bottom() < baseline_ - 0.15 * height_;
@@ -106,6 +109,27 @@ class ShapeFinder {
 };
 
 }  // namespace
+
+bool isPlus(const Components& components, int component) {
+  const PixelBox& b = components.all[component].box;
+  if (std::abs(b.width - b.height) > 1) return false;
+  const auto isInk = [&](int x, int y) { return components.labels.at(b.x + x, b.y + y) == component; };
+  const int corner = std::max(1, (b.width - 1) / 3);
+  for (int x = 0; x < corner; ++x) {
+    for (int y = 0; y < corner; ++y) {
+      const int mirroredX = b.width - 1 - x;
+      const int mirroredY = b.height - 1 - y;
+      if (isInk(x, y) || isInk(mirroredX, y) || isInk(x, mirroredY) || isInk(mirroredX, mirroredY)) return false;
+    }
+  }
+  for (int x = 0; x < b.width; ++x) {
+    if (!isInk(x, b.height / 2) && !isInk(x, (b.height - 1) / 2)) return false;
+  }
+  for (int y = 0; y < b.height; ++y) {
+    if (!isInk(b.width / 2, y) && !isInk((b.width - 1) / 2, y)) return false;
+  }
+  return true;
+}
 
 std::vector<Glyph> findGlyphs(const Segmentation& picture, const TextLine& line) {
   std::vector<Glyph> glyphs;

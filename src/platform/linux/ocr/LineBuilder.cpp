@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/linux/ocr/FixedPitch.h"
+#include "platform/linux/ocr/Glyphs.h"
 
 namespace zqlogging::ocr {
 namespace {
@@ -43,6 +44,7 @@ constexpr int kNothingBeside = std::numeric_limits<int>::max();
 
 LineBuilder::LineBuilder(const Segmentation& picture, const GrayPlane& barriers, const std::vector<ShapeKind>& kinds)
     : background_(picture.background),
+      shapes_(picture.components),
       labels_(picture.components.labels),
       components_(picture.components.all),
       barriers_(barriers),
@@ -313,28 +315,6 @@ TextLine LineBuilder::makeLine(std::vector<Cluster>::const_iterator begin,
   return line;
 }
 
-/// Whether a component is a plus sign: one stroke across, one down, nothing in the corners.
-bool LineBuilder::isPlus(int component) const {
-  const PixelBox& b = box(component);
-  if (std::abs(b.width - b.height) > 1) return false;
-  const auto isInk = [&](int x, int y) { return labels_.at(b.x + x, b.y + y) == component; };
-  const int corner = std::max(1, (b.width - 1) / 3);
-  for (int x = 0; x < corner; ++x) {
-    for (int y = 0; y < corner; ++y) {
-      const int mirroredX = b.width - 1 - x;
-      const int mirroredY = b.height - 1 - y;
-      if (isInk(x, y) || isInk(mirroredX, y) || isInk(x, mirroredY) || isInk(mirroredX, mirroredY)) return false;
-    }
-  }
-  for (int x = 0; x < b.width; ++x) {
-    if (!isInk(x, b.height / 2) && !isInk(x, (b.height - 1) / 2)) return false;
-  }
-  for (int y = 0; y < b.height; ++y) {
-    if (!isInk(b.width / 2, y) && !isInk((b.width - 1) / 2, y)) return false;
-  }
-  return true;
-}
-
 /// Drops single shapes that no line of the picture makes likely to be letters (ticks, rings, separators, handles), and
 /// lines of which the picture's edge has left too little to read.
 void LineBuilder::dropStrays(std::vector<TextLine>& lines) const {
@@ -352,9 +332,7 @@ void LineBuilder::dropStrays(std::vector<TextLine>& lines) const {
   });
 }
 
-bool LineBuilder::isCut(const TextLine& line) const {
-  return line.box.y == 0 || line.box.bottom() == labels_.height;
-}
+bool LineBuilder::isCut(const TextLine& line) const { return line.box.y == 0 || line.box.bottom() == labels_.height; }
 
 bool LineBuilder::isStray(const TextLine& line, const std::vector<TextLine>& sure) const {
   const PixelBox& place = line.box;
@@ -365,7 +343,7 @@ bool LineBuilder::isStray(const TextLine& line, const std::vector<TextLine>& sur
   if (place.width > 1.35 * place.height) return false;
   const bool bar = place.width <= 3 && place.height > 2 * place.width;
   if (sure.empty()) return bar;
-  const bool plus = line.components.size() == 1 && isPlus(line.components.front());
+  const bool plus = line.components.size() == 1 && isPlus(shapes_, line.components.front());
   bool beside = false;
   bool likeOneBeside = false;
   bool likeAnother = false;

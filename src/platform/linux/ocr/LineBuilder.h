@@ -42,7 +42,6 @@ class LineBuilder {
   [[nodiscard]] double pitchOf(const Draft& draft) const;
   [[nodiscard]] Extent measure(const std::vector<int>& members) const;
   [[nodiscard]] bool isCut(const TextLine& line) const;
-  [[nodiscard]] bool isPlus(int component) const;
   [[nodiscard]] bool isStray(const TextLine& line, const std::vector<TextLine>& sure) const;
   static bool isIcon(const PixelBox& box, int before, int behind, Extent rest, bool fixed);
 
@@ -58,6 +57,7 @@ class LineBuilder {
   void dropStrays(std::vector<TextLine>& lines) const;
 
   const Plane<Colour>& background_;
+  const Components& shapes_;
   const Plane<int>& labels_;
   const std::vector<Component>& components_;
   const GrayPlane& barriers_;

@@ -34,10 +34,11 @@ bool isOneOf(const std::string& text, std::string_view set) {
   return text.size() == 1 && set.find(text[0]) != set.npos;
 }
 
-/// "Ctrl", the one key name with three narrow letters in a row, which small type runs together.
+/// Key names: "Ctrl" has three narrow letters in a row, which small type runs together, and a single key is too little
+/// to tell big from small letters.
 void mendKeyNames(std::string& text) {
-  static constexpr std::array<std::string_view, 10> kMisreadings = {"Ctril", "Ctrll", "Ctri", "Ctr1", "Ctr|", "CtrI",
-                                                                   "Ctrt",  "Ctr",  "Ctl",  "Cirl"};
+  static constexpr std::array<std::string_view, 10> kMisreadings = {"Ctril", "Ctrll", "Ctri", "Ctr1", "Ctr|",
+                                                                    "CtrI",  "Ctrt",  "Ctr",  "Ctl",  "Cirl"};
   for (std::size_t at = 0; (at = text.find('C', at)) != std::string::npos; ++at) {
     if (at > 0 && std::strchr(" +(", text[at - 1]) == nullptr) continue;
     for (const std::string_view wrong : kMisreadings) {
@@ -45,6 +46,14 @@ void mendKeyNames(std::string& text) {
       if (text.compare(at, wrong.size(), wrong) != 0) continue;
       if (end == text.size() || text[end] == '+' || text[end] == ' ') text.replace(at, wrong.size(), "Ctrl");
       break;
+    }
+  }
+  // Keys are written as capitals.
+  for (const std::string_view modifier : {"Ctrl+", "Alt+", "Shift+"}) {
+    for (std::size_t at = 0; (at = text.find(modifier, at)) != std::string::npos;) {
+      at += modifier.size();
+      const bool single = at + 1 == text.size() || (at + 1 < text.size() && text[at + 1] == ' ');
+      if (single && isLower(text[at])) text[at] = static_cast<char>(text[at] - 'a' + 'A');
     }
   }
 }
@@ -193,8 +202,7 @@ class LineReader {
       const bool high = rise > (*small + *large) / 2 + 0.4;
       if (first && isOneOf(letter.text, "cosuvwxz") && high && rise >= *large - 0.75) {
         letter.text[0] = static_cast<char>(letter.text[0] - 'a' + 'A');
-      } else if (isLower(before) && isOneOf(letter.text, "COSUVWXZ") && !high &&
-                 rise <= *small + 1) {
+      } else if (isLower(before) && isOneOf(letter.text, "COSUVWXZ") && !high && rise <= *small + 1) {
         letter.text[0] = static_cast<char>(letter.text[0] - 'A' + 'a');
       }
     }
@@ -243,6 +251,9 @@ class LineReader {
           break;
         case Glyph::Shape::barOverDot:
           if (isOneOf(letter.text, "Il|1i")) letter.text = "!";
+          break;
+        case Glyph::Shape::plus:
+          if (isOneOf(letter.text, "-_~=") || letter.text.size() > 1) letter.text = "+";
           break;
         case Glyph::Shape::slash:
           if (isOneOf(letter.text, "Il|1iJft[")) letter.text = "/";

@@ -67,7 +67,8 @@ std::vector<Match> align(const std::vector<Symbol>& symbols, const std::vector<G
     i -= symbolsTaken;
     j -= glyphsTaken;
     if (glyphsTaken == 0) continue;
-    const bool certain = symbolsTaken == 1 && glyphsTaken == 1 && (complete || distance(i, 1, j, 1) <= kCertainDistance);
+    const bool certain =
+        symbolsTaken == 1 && glyphsTaken == 1 && (complete || distance(i, 1, j, 1) <= kCertainDistance);
     for (int k = 0; k < symbolsTaken; ++k) matches[i + k] = {j, glyphsTaken, certain};
   }
   return matches;
