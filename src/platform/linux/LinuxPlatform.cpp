@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "platform/linux/ApplicationIdentity.h"
+#include "platform/linux/LinuxLogs.h"
 #include "platform/linux/LinuxTextRecognition.h"
 #include "platform/linux/XdgFolders.h"
 #include "zqlogging/Desktop.h"
@@ -17,7 +18,9 @@ LinuxPlatform::LinuxPlatform()
       executable_(executableName(getpid())) {}
 
 std::unique_ptr<port::TextRecognition> LinuxPlatform::createTextRecognition() {
-  return std::make_unique<LinuxTextRecognition>();
+  return std::make_unique<LinuxTextRecognition>(LinuxTextRecognition::defaultModule(), [](const std::string& problem) {
+    LinuxLogs().generalLog("ZQLogging: " + problem);
+  });
 }
 
 std::string LinuxPlatform::cachesFolder() {

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <exception>
 #include <filesystem>
 #include <utility>
 
@@ -17,36 +18,33 @@ std::string LinuxTextRecognition::defaultModule() {
 }
 
 void LinuxTextRecognition::prepare() {
-  load();
-  if (engine_) engine_->prepare();
+  if (engine_ || !problem_.empty()) return;
+  problem_ = load();
+  if (problem_.empty()) return;
+  engine_.reset();
+  report_("text is not recognized: " + problem_);
 }
 
 port::TextAnswer LinuxTextRecognition::recognize(const port::Image& image, const port::TextRequest& request) {
-  load();
-  if (!engine_) return failed(problem_);
-  port::TextAnswer answer = engine_->recognize(image, request);
-  const auto* failure = std::get_if<port::TextRequestFailed>(&answer);
-  return failure ? failed(failure->description) : answer;
+  prepare();
+  if (!engine_) return port::TextRequestFailed{problem_};
+  return engine_->recognize(image, request);
 }
 
-port::TextRequestFailed LinuxTextRecognition::failed(const std::string& problem) {
-  if (problem == told_) return {"text recognition is disabled, for the reason told before"};
-  told_ = problem;
-  return {problem};
-}
-
-void LinuxTextRecognition::load() {
-  if (engine_ || !problem_.empty()) return;
+std::string LinuxTextRecognition::load() {
   // The module stays: what it brings (OpenMP among it) does not expect to be unloaded.
   void* module = dlopen(module_.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   void* entry = module ? dlsym(module, ocr::kModuleEntry) : nullptr;
   if (!entry) {
     const char* reason = dlerror();
-    problem_ = std::string("the text recognition module cannot be loaded: ") + (reason ? reason : module_.c_str());
-    return;
+    return std::string("the text recognition module cannot be loaded: ") + (reason ? reason : module_.c_str());
   }
-  engine_.reset(reinterpret_cast<ocr::CreateTextRecognition*>(entry)(ocr::kModuleVersion));
-  if (!engine_) problem_ = "the text recognition module " + module_ + " is of another version";
+  try {
+    engine_.reset(reinterpret_cast<ocr::CreateTextRecognition*>(entry)(ocr::kModuleVersion));
+  } catch (const std::exception& error) {
+    return error.what();
+  }
+  return engine_ ? "" : "the text recognition module " + module_ + " is of another version";
 }
 
 }  // namespace zqlogging

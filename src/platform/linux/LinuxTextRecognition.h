@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -9,11 +10,11 @@
 namespace zqlogging {
 
 /// Text recognition by the engine's module, which lies beside the library and is loaded when it is first needed. When
-/// the module or its language data is missing every request fails; the reason is told once.
+/// the module or its language data is missing every request fails, and `report` gets the reason, once.
 class LinuxTextRecognition final : public port::TextRecognition {
  public:
-  LinuxTextRecognition() : LinuxTextRecognition(defaultModule()) {}
-  explicit LinuxTextRecognition(std::string module) : module_(std::move(module)) {}
+  using Report = std::function<void(const std::string&)>;
+  LinuxTextRecognition(std::string module, Report report) : module_(std::move(module)), report_(std::move(report)) {}
 
   void prepare() override;
   port::TextAnswer recognize(const port::Image& image, const port::TextRequest& request) override;
@@ -22,13 +23,12 @@ class LinuxTextRecognition final : public port::TextRecognition {
   static std::string defaultModule();
 
  private:
-  void load();
-  port::TextRequestFailed failed(const std::string& problem);
+  std::string load();
 
   std::string module_;
+  Report report_;
   std::unique_ptr<port::TextRecognition> engine_;
-  std::string problem_;  ///< why there is no module, once that is known
-  std::string told_;     ///< the failure told last
+  std::string problem_;  ///< why there is no recognition, once that is known
 };
 
 }  // namespace zqlogging

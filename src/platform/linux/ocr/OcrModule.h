@@ -11,7 +11,8 @@ constexpr const char* kModuleEntry = "zqloggingCreateTextRecognition";
 /// Grows with every change of the port's types: library and module must be of one build.
 constexpr int kModuleVersion = 1;
 
-/// Answers a recognizer that the caller deletes, or null when the module was built for another version.
+/// Answers a recognizer that the caller deletes, its engine loaded, or null when the module was built for another
+/// version. Throws std::exception when the engine's data cannot be had.
 using CreateTextRecognition = port::TextRecognition*(int version);
 
 }  // namespace zqlogging::ocr

@@ -164,22 +164,13 @@ CGRect normalized(const PixelBox& box, PixelEdges edges, CGRect extent) {
 
 }  // namespace
 
-void TesseractTextRecognition::prepare() {
-  if (engine_ || !problem_.empty()) return;
-  try {
-    engine_ = std::make_unique<TesseractEngine>(kDataLanguage);
-  } catch (const std::exception& error) {
-    problem_ = error.what();
-  }
-}
+TesseractTextRecognition::TesseractTextRecognition() : engine_(kDataLanguage) {}
 
 port::TextAnswer TesseractTextRecognition::recognize(const port::Image& image, const port::TextRequest& request) {
   const Clock::time_point deadline = Clock::now() + kBudget;
   if (std::find(request.languages.begin(), request.languages.end(), kRequestLanguage) == request.languages.end()) {
     return port::TextRequestFailed{"only English ('en') can be recognized"};
   }
-  prepare();
-  if (!engine_) return port::TextRequestFailed{problem_};
   try {
     const CGRect extent = image.extent();
     std::optional<CGPoint> focus = request.focus;
@@ -196,7 +187,7 @@ port::TextAnswer TesseractTextRecognition::recognize(const port::Image& image, c
       focus = {extent.origin.x + focus->x - edges.left, edges.top - (extent.origin.y + extent.size.height - focus->y)};
     }
     std::vector<port::TextObservation> observations;
-    for (FoundText& found : PictureReader(*engine_, picture, focus, deadline).read()) {
+    for (FoundText& found : PictureReader(engine_, picture, focus, deadline).read()) {
       observations.push_back({{std::move(found.text)}, normalized(found.box, edges, extent)});
     }
     return observations;

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "platform/TextRecognition.h"
 #include "platform/linux/ocr/TesseractEngine.h"
 
@@ -12,12 +9,12 @@ namespace zqlogging::ocr {
 /// With a focus the nearest lines come first, and after 120 ms no further one is begun; the first is always read.
 class TesseractTextRecognition final : public port::TextRecognition {
  public:
-  void prepare() override;
+  /// Loads the engine. Throws std::runtime_error when it cannot be had.
+  TesseractTextRecognition();
   port::TextAnswer recognize(const port::Image& image, const port::TextRequest& request) override;
 
  private:
-  std::unique_ptr<TesseractEngine> engine_;
-  std::string problem_;  ///< why there is no engine, once that is known
+  TesseractEngine engine_;
 };
 
 }  // namespace zqlogging::ocr
