@@ -13,16 +13,7 @@
 #include <utility>
 
 #include "KeyboardReader.h"
-
-namespace {
-
-struct Free {
-  void operator()(void* memory) const { std::free(memory); }  // NOLINT: what xcb allocates
-};
-template <class T>
-using Reply = std::unique_ptr<T, Free>;
-
-}  // namespace
+#include "XReply.h"
 
 InputForwarder::InputForwarder() {
   connect();

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <iostream>
 #include <memory>
@@ -19,6 +20,7 @@
 #include "InputForwarder.h"
 #include "OutputLines.h"
 #include "PrintingDelegate.h"
+#include "ScreenGrabber.h"
 
 namespace {
 
@@ -31,6 +33,7 @@ struct Options {
   std::vector<std::string> processes;
   bool noSiblings = false;
   bool noTreeWalk = false;
+  bool ocr = false;
   bool trace = false;
   std::optional<double> seconds;
   std::string answer = "yes";
@@ -73,6 +76,12 @@ void pumpFor(steady_clock::duration time, bool (*over)()) {
   }
 }
 
+/// The screen as a frame in which a point on it, forwarded as `forwarded`, has these same coordinates (origin
+/// lower-left). Where the top edges of screens differ a point may have none: no text is better than that of elsewhere.
+zqlogging::PixelBuffer frameFor(ScreenGrabber& grabber, double y, zqlogging::CGPoint forwarded) {
+  return forwarded.y < 0 ? zqlogging::PixelBuffer() : grabber.grab(static_cast<int>(forwarded.y + std::floor(y)) + 1);
+}
+
 void sayWhereTheTraceIs() {
   if (access("/run/systemd/journal/socket", W_OK) == 0) {
     std::cerr << "zqlog: the trace is in the journal: journalctl -f SUBSYSTEM=zqlog\n";
@@ -95,8 +104,19 @@ int record(const Options& options) {
     service->setDebuLogging(true);
   }
 
+  std::optional<ScreenGrabber> grabber;
+  if (options.ocr) {
+    grabber.emplace();
+    service->setOcrEnabled(true);
+    service->setFrameForOcr(grabber->grab(1));  // loads the engine before the first click needs it
+  }
+
+  using Kind = InputForwarder::Kind;
   const auto forward = [&](const InputForwarder::Event& event) {
     const zqlogging::CGPoint point = zqlogging::pointFromTopLeft(*desktop, {event.x, event.y});
+    if (grabber && (event.kind == Kind::leftPress || event.kind == Kind::rightPress)) {
+      service->setFrameForOcr(frameFor(*grabber, event.y, point));
+    }
     const auto type = static_cast<std::uint64_t>(event.kind);
     if (event.injected) {
       service->processExternalEvent(type, point.x, point.y, 1, event.characters);
@@ -150,6 +170,7 @@ void addRecord(CLI::App& program, int& exitCode) {
   command->add_flag("--no-siblings", options->noSiblings, "Leave the names of an element's siblings out of its path");
   command->add_flag("--no-tree-walk", options->noTreeWalk,
                     "Do not search a window's tree where the desktop finds only the window");
+  command->add_flag("--ocr", options->ocr, "Recognize the text around each click, in a picture of the screen");
   command->add_flag("--trace", options->trace, "Write the library's own trace to the system log");
   command->add_option("--seconds", options->seconds, "End after this time")->check(CLI::Range(0.0, 1e7));
   command->add_option("--answer", options->answer, "Answer to each chunk; 'no' keeps the records for the next one")
