@@ -287,7 +287,8 @@ bool LineBuilder::isIcon(const PixelBox& box, int before, int behind, Extent res
   if (box.width >= 0.6 * box.height && above >= 1 && below >= 1) return true;
   if (fixed) return false;
   // As high as the letters, but as wide as high, and further from the text than a word.
-  if (first && box.width >= 0.75 * box.height && box.height >= 0.99 * height && behind >= kWideIconGap * height) {
+  const bool square = box.width >= 0.75 * box.height && box.width <= 1.45 * box.height;
+  if (first && square && box.height >= 0.99 * height && behind >= kWideIconGap * height) {
     return true;
   }
   // A bullet: a dot at half height before everything else.

@@ -20,6 +20,7 @@ constexpr double kUnitApart = 0.36;
 constexpr double kSmallLetters = 0.74;
 /// Big and small letters are told apart by their height when it differs by as many pixels.
 constexpr double kMinRise = 1.5;
+constexpr double kRiseTolerance = 0.06;  ///< of the height of capitals
 /// Width by height from which a ring is the letter O, and up to which it is a zero.
 constexpr double kRoundRing = 0.82, kNarrowRing = 0.75, kNarrowSign = 0.8;
 
@@ -92,65 +93,30 @@ class LineReader {
     return fixedPitch(middles, line.height());
   }
 
-  /// The letters in order: the symbols with their ink, without those that have none, and the ink that the engine has
-  /// overlooked between two symbols whose places are certain.
+  /// The letters in order: the symbols with their ink, without small marks out of nowhere and letters seen twice.
   void gather() {
     const std::vector<Match> matches = align(symbols_, glyphs_, line_.height());
-    int next = 0;  // the first glyph behind all that were matched
     bool space = false;
-    bool sure = true;
     for (std::size_t i = 0; i < symbols_.size(); ++i) {
       const Symbol& symbol = symbols_[i];
       const Match& match = matches[i];
       space |= symbol.beginsWord && i > 0;
-      if (match.glyph < 0) {
-        // Small marks out of nowhere are dropped, letters are kept.
-        if (symbol.text.size() > 1 || isOneOf(symbol.text, ".,'`-_:;~\"|")) continue;
-        sure = false;
-      } else {
-        if (i > 0 && match.glyph == matches[i - 1].glyph && isSmallFormOf(symbol.text, symbols_[i - 1].text)) continue;
-        if (sure && match.certain) addOverlooked(next, match.glyph);
-        next = match.glyph + match.glyphs;
-        sure = match.certain;
+      if (match.glyph < 0 && (symbol.text.size() > 1 || isOneOf(symbol.text, ".,'`-_:;~\"|"))) continue;
+      if (i > 0 && match.glyph >= 0 && match.glyph == matches[i - 1].glyph) {
+        if (isSmallFormOf(symbol.text, symbols_[i - 1].text)) continue;
+        if (isSmallFormOf(symbols_[i - 1].text, symbol.text)) {
+          letters_.back().text = symbol.text;
+          continue;
+        }
       }
       letters_.push_back({symbol.text, match.certain ? &glyphs_[match.glyph] : nullptr, space});
       space = false;
     }
-    if (sure && !letters_.empty()) addOverlooked(next, static_cast<int>(glyphs_.size()));
   }
 
-  /// Whether the engine saw one letter as a capital and once more in its small form.
-  static bool isSmallFormOf(const std::string& text, const std::string& before) {
-    return isLower(only(text)) && only(text) - 'a' + 'A' == only(before);
-  }
-
-  void addOverlooked(int from, int to) {
-    for (int i = from; i < to; ++i) {
-      const char* text = nullptr;
-      switch (glyphs_[i].shape) {
-        case Glyph::Shape::dot:
-          text = ".";
-          break;
-        case Glyph::Shape::colon:
-          text = ":";
-          break;
-        case Glyph::Shape::dash:
-          text = "-";
-          break;
-        case Glyph::Shape::lowDash:
-          text = "_";
-          break;
-        case Glyph::Shape::bar:
-          text = "l";
-          break;
-        case Glyph::Shape::dottedBar:
-          text = "i";
-          break;
-        default:
-          continue;
-      }
-      letters_.push_back({text, &glyphs_[i], false});
-    }
+  /// Engines see one letter as a capital and once more in its small form.
+  static bool isSmallFormOf(const std::string& text, const std::string& capital) {
+    return isLower(only(text)) && only(text) - 'a' + 'A' == only(capital);
   }
 
   /// Spaces, where the gap leaves no doubt.
@@ -161,7 +127,7 @@ class LineReader {
       if (pitch_ > 0) {
         letters_[i].space = gap >= kFixedApart * pitch_;
       } else if (gap > kSurelyApart * line_.height()) {
-        letters_[i].space = true;
+        if (letters_[i].text != "!") letters_[i].space = true;  // which has much room of its own
       } else if (gap >= kUnitApart * line_.height() && isDigit(only(letters_[i - 1].text)) &&
                  letters_[i - 1].text != "1" && isUpper(only(letters_[i].text))) {
         letters_[i].space = true;
@@ -200,7 +166,7 @@ class LineReader {
       const bool first = !isLetter(before) && !isDigit(before);
       const int rise = riseOf(letter);
       const bool high = rise > (*small + *large) / 2 + 0.4;
-      if (first && isOneOf(letter.text, "cosuvwxz") && high && rise >= *large - 0.75) {
+      if (first && isOneOf(letter.text, "cosuvwxz") && high && rise >= *large - std::max(0.75, kRiseTolerance * *large)) {
         letter.text[0] = static_cast<char>(letter.text[0] - 'a' + 'A');
       } else if (isLower(before) && isOneOf(letter.text, "COSUVWXZ") && !high && rise <= *small + 1) {
         letter.text[0] = static_cast<char>(letter.text[0] - 'A' + 'a');
@@ -226,7 +192,8 @@ class LineReader {
       const bool amongDigits = (!before || isDigit(before)) && (!next || isDigit(next));
       const bool sign = letter.text == "©" || letter.text == "®" || letter.text == "@";
       if (sign && aspect <= kNarrowSign && amongDigits) letter.text = "0";
-      if (letter.text == "0" && aspect >= kRoundRing && !besideDigit) letter.text = "O";
+      const bool besideLetter = isLetter(before) || isLetter(next);
+      if (letter.text == "0" && aspect >= kRoundRing && besideLetter && !besideDigit) letter.text = "O";
       if (letter.text == "O" && aspect <= kNarrowRing && besideDigit) letter.text = "0";
     }
   }

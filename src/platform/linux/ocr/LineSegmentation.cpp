@@ -1,5 +1,6 @@
 #include "platform/linux/ocr/LineSegmentation.h"
 
+#include <cstdlib>
 #include <utility>
 
 #include "platform/linux/ocr/LineBuilder.h"
@@ -26,6 +27,8 @@ constexpr double kPatchFill = 0.85;
 /// Thin upright strokes are sides of something from this height on, and from this many times the usual letter's.
 constexpr int kMinSideHeight = 16;
 constexpr double kSideFactor = 2.5;
+/// A thin stroke of a letter's has another letter as close as this, and as high as this, in its own heights.
+constexpr double kBarGap = 0.25, kSmallLetter = 0.6;
 /// More shapes than this, in proportion, are a photograph or a pattern: pixels of the picture per shape.
 constexpr std::size_t kMinPixelsPerShape = 16;
 
@@ -102,15 +105,21 @@ ShapeKind kindOf(const Component& component, int pictureHeight) {
   return height >= kMinLetterHeight ? ShapeKind::letter : ShapeKind::mark;
 }
 
-/// Thin strokes that the picture's edge cuts off are the sides of something, unless letters are close beside them.
-void restoreCutLetters(const Components& components, std::vector<ShapeKind>& kinds) {
+/// Whether a thin stroke that may be the side of something is rather a letter's, as another one close beside it tells.
+bool isBarBeside(const PixelBox& stroke, const PixelBox& letter) {
+  const int gap = columnsBetween(stroke, letter);
+  if (stroke.height < kRuleLength) return gap <= kRuleThickness && commonRows(stroke, letter) * 2 >= stroke.height;
+  // In large type: on the same baseline.
+  return gap <= kBarGap * stroke.height && letter.height >= kSmallLetter * stroke.height &&
+         std::abs(stroke.bottom() - letter.bottom()) <= 1;
+}
+
+void restoreBars(const Components& components, std::vector<ShapeKind>& kinds) {
   for (std::size_t i = 0; i < kinds.size(); ++i) {
     const PixelBox& box = components.all[i].box;
-    if (kinds[i] != ShapeKind::barrier || box.width > kRuleThickness || box.height >= kRuleLength) continue;
-    for (std::size_t j = 0; j < kinds.size(); ++j) {
-      const PixelBox& other = components.all[j].box;
-      if (kinds[j] != ShapeKind::letter || commonRows(box, other) * 2 < box.height) continue;
-      if (columnsBetween(box, other) <= kRuleThickness) kinds[i] = ShapeKind::letter;
+    if (kinds[i] != ShapeKind::barrier || box.width > kRuleThickness || box.height > kMaxLetterHeight) continue;
+    for (std::size_t j = 0; j < kinds.size() && kinds[i] == ShapeKind::barrier; ++j) {
+      if (kinds[j] == ShapeKind::letter && isBarBeside(box, components.all[j].box)) kinds[i] = ShapeKind::letter;
     }
   }
 }
@@ -125,7 +134,7 @@ std::vector<ShapeKind> kindsOf(const Components& components) {
       heights.push_back(component.box.height);
     }
   }
-  restoreCutLetters(components, kinds);
+  restoreBars(components, kinds);
   if (heights.empty()) return kinds;
   const auto usual = heights.begin() + static_cast<std::ptrdiff_t>(heights.size() / 2);
   std::nth_element(heights.begin(), usual, heights.end());

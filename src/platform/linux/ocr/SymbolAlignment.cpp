@@ -1,5 +1,6 @@
 #include "platform/linux/ocr/SymbolAlignment.h"
 
+#include <cctype>
 #include <cmath>
 #include <limits>
 
@@ -8,13 +9,48 @@ namespace {
 
 /// The price of a symbol or a glyph left over, and of each that shares; a distance of one letter's height costs 1.
 constexpr double kLeftOver = 1.0, kShared = 0.15, kMaxDistance = 1.0;
+/// The price of a letter on ink that is no letter's.
+constexpr double kMismatch = 0.5;
 constexpr int kMaxSharing = 3;
 constexpr double kCertainDistance = 0.28;
+/// How far the middle of a symbol may be from that of its glyph in a word that has as many glyphs as symbols.
+constexpr double kMaxDisplacement = 0.6;
 
 struct Step {
   double cost = std::numeric_limits<double>::max();
   int symbols = 0, glyphs = 0;  ///< how many the last pairing took
 };
+
+bool isMark(Glyph::Shape shape) {
+  return shape == Glyph::Shape::dot || shape == Glyph::Shape::colon || shape == Glyph::Shape::dash ||
+         shape == Glyph::Shape::lowDash;
+}
+
+bool isLetterOrDigit(const Symbol& symbol) {
+  return symbol.text.size() == 1 && std::isalnum(static_cast<unsigned char>(symbol.text[0])) != 0;
+}
+
+/// Engines place symbols only roughly, but words well: where a word has as many glyphs as symbols, each has its own.
+void pairWords(const std::vector<Symbol>& symbols, const std::vector<Glyph>& glyphs, double letterHeight,
+               std::vector<Match>& matches) {
+  std::size_t glyph = 0;
+  for (std::size_t begin = 0, end = 0; begin < symbols.size(); begin = end) {
+    for (end = begin + 1; end < symbols.size() && !symbols[end].beginsWord;) ++end;
+    // The word's glyphs reach to the middle of the gap behind it.
+    std::size_t last = glyph;
+    while (last < glyphs.size() &&
+           (end == symbols.size() || glyphs[last].box.middle() < (symbols[end - 1].right + symbols[end].left) / 2)) {
+      ++last;
+    }
+    bool paired = last - glyph == end - begin;
+    for (std::size_t i = begin; paired && i < end; ++i) {
+      const double middle = (symbols[i].left + symbols[i].right) / 2;
+      paired = std::abs(middle - glyphs[glyph + i - begin].box.middle()) <= kMaxDisplacement * letterHeight;
+    }
+    for (std::size_t i = begin; paired && i < end; ++i) matches[i] = {static_cast<int>(glyph + i - begin), 1, true};
+    glyph = last;
+  }
+}
 
 }  // namespace
 
@@ -41,6 +77,9 @@ std::vector<Match> align(const std::vector<Symbol>& symbols, const std::vector<G
           const int sharing = std::max(symbolsTaken, glyphsTaken);
           cost += (sharing > 1 ? sharing * kShared : 0) +
                   distance(i - symbolsTaken, symbolsTaken, j - glyphsTaken, glyphsTaken);
+          if (isLetterOrDigit(symbols[i - 1])) {
+            for (int k = j - glyphsTaken; k < j; ++k) cost += isMark(glyphs[k].shape) ? kMismatch : 0;
+          }
         }
         if (cost < here.cost) here = {cost, symbolsTaken, glyphsTaken};
       };
@@ -53,14 +92,6 @@ std::vector<Match> align(const std::vector<Symbol>& symbols, const std::vector<G
       }
     }
   }
-  // Where each symbol has a glyph of its own, the pairing is sure: engines place their symbols only roughly.
-  bool complete = symbolCount == glyphCount;
-  for (int i = symbolCount, j = glyphCount; complete && (i > 0 || j > 0);) {
-    const auto [cost, symbolsTaken, glyphsTaken] = steps.at(j, i);
-    complete = symbolsTaken == 1 && glyphsTaken == 1;
-    i -= symbolsTaken;
-    j -= glyphsTaken;
-  }
   std::vector<Match> matches(symbols.size());
   for (int i = symbolCount, j = glyphCount; i > 0 || j > 0;) {
     const auto [cost, symbolsTaken, glyphsTaken] = steps.at(j, i);
@@ -68,9 +99,10 @@ std::vector<Match> align(const std::vector<Symbol>& symbols, const std::vector<G
     j -= glyphsTaken;
     if (glyphsTaken == 0) continue;
     const bool certain =
-        symbolsTaken == 1 && glyphsTaken == 1 && (complete || distance(i, 1, j, 1) <= kCertainDistance);
+        symbolsTaken == 1 && glyphsTaken == 1 && distance(i, 1, j, 1) <= kCertainDistance;
     for (int k = 0; k < symbolsTaken; ++k) matches[i + k] = {j, glyphsTaken, certain};
   }
+  pairWords(symbols, glyphs, letterHeight, matches);
   return matches;
 }
 

@@ -176,16 +176,15 @@ port::TextAnswer TesseractTextRecognition::recognize(const port::Image& image, c
     std::optional<CGPoint> focus = request.focus;
     if (focus && !(std::isfinite(focus->x) && std::isfinite(focus->y))) focus.reset();
     port::Image part = image;
-    if (focus) {
-      const CGPoint inImage = {extent.origin.x + focus->x, extent.origin.y + extent.size.height - focus->y};
-      part = image.cropped({{inImage.x - kWindow.width / 2, inImage.y - kWindow.height / 2}, kWindow});
+    if (focus) {  // from here on with the image's origin, and inside the image
+      focus = {extent.origin.x + std::clamp(focus->x, 0.0, extent.size.width),
+               extent.origin.y + extent.size.height - std::clamp(focus->y, 0.0, extent.size.height)};
+      part = image.cropped({{focus->x - kWindow.width / 2, focus->y - kWindow.height / 2}, kWindow});
     }
     const Bitmap picture = part.render();
     if (picture.width <= 0 || picture.height <= 0) return std::vector<port::TextObservation>();
     const PixelEdges edges(part.extent());
-    if (focus) {
-      focus = {extent.origin.x + focus->x - edges.left, edges.top - (extent.origin.y + extent.size.height - focus->y)};
-    }
+    if (focus) focus = {focus->x - edges.left, edges.top - focus->y};
     std::vector<port::TextObservation> observations;
     for (FoundText& found : PictureReader(engine_, picture, focus, deadline).read()) {
       observations.push_back({{std::move(found.text)}, normalized(found.box, edges, extent)});
