@@ -1,5 +1,3 @@
-#include "platform/linux/LinuxTextRecognition.h"
-
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -11,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/LinuxTextRecognition.h"
 #include "support/TextPicture.h"
 
 namespace zqlogging {
@@ -51,13 +50,27 @@ class TextRecognitionTest : public testing::Test {
 };
 
 TEST_F(TextRecognitionTest, ReadsWhatScreensShow) {
-  const char* texts[] = {"Save as PDF...",       "Cancel",   "OK",          "File name: report_2024.txt", "Undo",
-                         "Are you sure?",        "Zoom 125%", "10:30 AM",    "Settings > Privacy",         "100 MB of 2 GB",
-                         "https://example.com/", "Sign in",  "e-mail address"};
-  const TextStyle styles[] = {{"DejaVu Sans", 11},      {"DejaVu Sans", 13},
-                              {"DejaVu Sans Bold", 13}, {"DejaVu Sans", 13, {0.4, 0.4, 0.4}},
-                              {"DejaVu Serif", 13},     {"DejaVu Sans Mono", 13},
-                              {"DejaVu Sans", 24},      {"DejaVu Sans", 32},
+  const char* texts[] = {"Save as PDF...",
+                         "Cancel",
+                         "OK",
+                         "File name: report_2024.txt",
+                         "Undo",
+                         "Are you sure?",
+                         "Zoom 125%",
+                         "10:30 AM",
+                         "Settings > Privacy",
+                         "100 MB of 2 GB",
+                         "https://example.com/",
+                         "Sign in",
+                         "e-mail address"};
+  const TextStyle styles[] = {{"DejaVu Sans", 11},
+                              {"DejaVu Sans", 13},
+                              {"DejaVu Sans Bold", 13},
+                              {"DejaVu Sans", 13, {0.4, 0.4, 0.4}},
+                              {"DejaVu Serif", 13},
+                              {"DejaVu Sans Mono", 13},
+                              {"DejaVu Sans", 24},
+                              {"DejaVu Sans", 32},
                               {"DejaVu Sans", 13, kBlack, CAIRO_ANTIALIAS_SUBPIXEL}};
   std::vector<std::string> misread;
   for (TextStyle style : styles) {

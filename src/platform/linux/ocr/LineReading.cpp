@@ -166,7 +166,8 @@ class LineReader {
       const bool first = !isLetter(before) && !isDigit(before);
       const int rise = riseOf(letter);
       const bool high = rise > (*small + *large) / 2 + 0.4;
-      if (first && isOneOf(letter.text, "cosuvwxz") && high && rise >= *large - std::max(0.75, kRiseTolerance * *large)) {
+      if (first && isOneOf(letter.text, "cosuvwxz") && high &&
+          rise >= *large - std::max(0.75, kRiseTolerance * *large)) {
         letter.text[0] = static_cast<char>(letter.text[0] - 'a' + 'A');
       } else if (isLower(before) && isOneOf(letter.text, "COSUVWXZ") && !high && rise <= *small + 1) {
         letter.text[0] = static_cast<char>(letter.text[0] - 'A' + 'a');

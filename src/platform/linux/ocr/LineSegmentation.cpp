@@ -29,8 +29,6 @@ constexpr int kMinSideHeight = 16;
 constexpr double kSideFactor = 2.5;
 /// A thin stroke of a letter's has another letter as close as this, and as high as this, in its own heights.
 constexpr double kBarGap = 0.25, kSmallLetter = 0.6;
-/// More shapes than this, in proportion, are a photograph or a pattern: pixels of the picture per shape.
-constexpr std::size_t kMinPixelsPerShape = 16;
 
 GrayPlane markAbove(const GrayPlane& contrast, int least) {
   GrayPlane mask(contrast.width, contrast.height);
@@ -157,7 +155,6 @@ Segmentation findLines(const Plane<Colour>& picture) {
   GrayPlane barriers = markBorders(found.contrast);
   const GrayPlane ink = markInk(found.contrast, barriers);
   found.components = findComponents(ink, found.contrast);
-  if (found.components.all.size() * kMinPixelsPerShape > picture.pixels.size()) return found;
   const std::vector<ShapeKind> kinds = kindsOf(found.components);
   for (std::size_t i = 0; i < ink.pixels.size(); ++i) {
     if (ink.pixels[i] && kinds[found.components.labels.pixels[i]] == ShapeKind::barrier) barriers.pixels[i] = 1;

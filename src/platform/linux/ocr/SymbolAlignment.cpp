@@ -98,8 +98,7 @@ std::vector<Match> align(const std::vector<Symbol>& symbols, const std::vector<G
     i -= symbolsTaken;
     j -= glyphsTaken;
     if (glyphsTaken == 0) continue;
-    const bool certain =
-        symbolsTaken == 1 && glyphsTaken == 1 && distance(i, 1, j, 1) <= kCertainDistance;
+    const bool certain = symbolsTaken == 1 && glyphsTaken == 1 && distance(i, 1, j, 1) <= kCertainDistance;
     for (int k = 0; k < symbolsTaken; ++k) matches[i + k] = {j, glyphsTaken, certain};
   }
   pairWords(symbols, glyphs, letterHeight, matches);

@@ -1,11 +1,10 @@
-#include "platform/linux/ocr/LineReading.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "platform/linux/ocr/FixedPitch.h"
+#include "platform/linux/ocr/LineReading.h"
 #include "support/TextPicture.h"
 
 namespace zqlogging::ocr {
@@ -19,12 +18,9 @@ TEST(FixedPitch, IsTheStepThatAllLettersKeep) {
     const char* name;
     std::vector<double> middles;
     double pitch;
-  } cases[] = {{"each in its cell", {4, 12, 20, 28, 36}, 8},
-               {"not all in the middle", {4, 12.9, 20.5, 28, 36.3}, 8},
-               {"with spaces", {4, 12, 20, 36, 44, 52, 76}, 8},
-               {"proportional", {4, 9, 19, 26, 37, 41, 50}, 0},
-               {"too few to tell", {4, 12, 20, 28}, 0},
-               {"narrower than any font", {1, 4, 7, 10, 13, 16}, 0}};
+  } cases[] = {{"each in its cell", {4, 12, 20, 28, 36}, 8},    {"not all in the middle", {4, 12.9, 20.5, 28, 36.3}, 8},
+               {"with spaces", {4, 12, 20, 36, 44, 52, 76}, 8}, {"proportional", {4, 9, 19, 26, 37, 41, 50}, 0},
+               {"too few to tell", {4, 12, 20, 28}, 0},         {"narrower than any font", {1, 4, 7, 10, 13, 16}, 0}};
   for (const auto& [name, middles, pitch] : cases) EXPECT_NEAR(fixedPitch(middles, 10), pitch, 1) << name;
 }
 
@@ -74,7 +70,7 @@ TEST(LineReading, CorrectsWhatTheInkShowsBeyondDoubt) {
       {"500 MB", "500MB"},
       {"Page 10 of 30", "Page 1O of 3@"},  // rings
       {"NO", "N0"},
-      {"Ctrl+S", "CtrI+s"},  // key names
+      {"Ctrl+S", "Ctrt+s"},  // key names
   };
   for (const auto& [drawn, misread] : cases) EXPECT_EQ(mended(drawn, misread), drawn) << misread;
   EXPECT_EQ(mended("Save us", "save us", {"DejaVu Sans", 26, test::kBlack, CAIRO_ANTIALIAS_GRAY, 1}), "Save us");
@@ -110,6 +106,20 @@ TEST(SymbolAlignment, PairsWhatTouchesAndWhatIsLeftOver) {
     EXPECT_EQ(matches[i].certain, expected[i].certain) << i;
   }
   EXPECT_TRUE(align({}, glyphs({{0, 0, 5, 5}}), 10).empty());
+}
+
+TEST(SymbolAlignment, TrustsTheCountOfAWordMoreThanThePlacesOfItsLetters) {
+  // "will", as an engine placed it.
+  const std::vector<Symbol> symbols = {{"w", 18.5, 27.2}, {"i", 24.1, 27.9}, {"l", 27.9, 29.1}, {"l", 31.0, 35.4}};
+  const std::vector<Match> matches =
+      align(symbols, {{{18, 3, 9, 7}}, {{28, 0, 1, 10}}, {{31, 0, 1, 10}}, {{34, 0, 1, 10}}}, 10);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(matches[i].glyph, i);
+}
+
+TEST(SymbolAlignment, PutsNoLetterOnADash) {
+  const std::vector<Symbol> symbols = {{"a", 0, 6}, {"b", 12, 18}};
+  const Glyph dash = {{8, 4, 3, 1}, Glyph::Shape::dash};
+  EXPECT_EQ(align(symbols, {{{0, 3, 6, 7}}, dash, {{13, 0, 6, 10}}}, 10)[0].glyphs, 1);
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include "platform/linux/ocr/LineSegmentation.h"
-
 #include <gmock/gmock.h>
 
 #include <cstdlib>
@@ -8,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/ocr/LineSegmentation.h"
 #include "support/TextPicture.h"
 
 namespace zqlogging::ocr {
@@ -112,8 +111,32 @@ TEST(LineSegmentation, JoinsTheWordsOfALineAndKeepsLinesApart) {
   {
     SCOPED_TRACE("an icon before the text");
     draw([](TextPicture& p) {
-      p.disc(18, 20, 8, {0.8, 0.2, 0.2});
-      return std::vector{p.write("Delete", 31, 12)};
+      p.frame(10, 11, 17, 17, {0.8, 0.2, 0.2});
+      p.fill(14, 15, 9, 9, {0.8, 0.2, 0.2});
+      return std::vector{p.write("Delete", 33, 12)};
+    });
+  }
+  {
+    SCOPED_TRACE("a round icon of the letters' colour");
+    draw([](TextPicture& p) {
+      p.disc(18, 20, 7, kBlack);
+      p.disc(18, 20, 5, kWhite);
+      return std::vector{p.write("Search", 30, 12)};
+    });
+  }
+  {
+    SCOPED_TRACE("words on different surfaces");
+    draw([](TextPicture& p) {
+      const PixelBox left = p.write("Files", 10, 10);
+      p.fill(left.right() + 4, 0, 100, 40, {0.2, 0.4, 0.8});
+      return std::vector{left, p.write("Edit", left.right() + 12, 10, {"DejaVu Sans", 13, kWhite})};
+    });
+  }
+  {
+    SCOPED_TRACE("a text cursor");
+    draw([](TextPicture& p) {
+      p.fill(200, 80, 2, 12, kBlack);
+      return std::vector{p.write("Options", 10, 10)};
     });
   }
   {
