@@ -26,6 +26,11 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+std::ptrdiff_t threadCount() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator());
+}
+const std::ptrdiff_t kThreadsAtStart = threadCount();
+
 class TextRecognitionTest : public testing::Test {
  protected:
   /// The recognized lines; a failure is a line that says so.
@@ -154,14 +159,10 @@ TEST_F(TextRecognitionTest, PicturesOfEveryKindAreAnswered) {
 }
 
 TEST_F(TextRecognitionTest, StartsNoThread) {
-  const auto threads = [] {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator());
-  };
-  const auto before = threads();
   TextPicture picture(300, 60);
   picture.write("Continue with the installation", 20, 20);
   ASSERT_THAT(read(picture), ElementsAre("Continue with the installation"));
-  EXPECT_EQ(threads(), before);
+  EXPECT_EQ(threadCount(), kThreadsAtStart);
 }
 
 TEST_F(TextRecognitionTest, SaysOnceWhyThereIsNone) {

@@ -71,11 +71,7 @@ bool LineBuilder::isSeparated(const PixelBox& a, const PixelBox& b, int letterHe
     bottom = std::max(a.bottom(), b.bottom());
   }
   const bool apart = columnsBetween(a, b) > kSurfaceGap * letterHeight;
-  const auto surfaceOf = [&](const PixelBox& box) {
-    return background_.at(box.x + box.width / 2, box.y + box.height / 2);
-  };
-  const Colour surface = surfaceOf(left);
-  if (apart && colourDistance(surface, surfaceOf(right)) > kSurfaceStep) return true;
+  const Colour surface = background_.at(left.x + left.width / 2, left.y + left.height / 2);
   for (int x = left.right(); x < right.x; ++x) {
     int blocked = 0;
     for (int y = top; y < bottom; ++y) {
