@@ -98,8 +98,7 @@ TEST_F(TextRecognitionTest, LinesStandInReadingOrderWithTheirPlaces) {
   picture.write("Password", 10, 70);
   const ocr::PixelBox right = picture.write("Guest", 150, 20);
   picture.write("Account", 10, 20);
-  const CGPoint focus = {20, 78};  // read first, but not put first
-  const std::vector<TextObservation> lines = observe(Image(picture.pixels()), focus);
+  const std::vector<TextObservation> lines = observe(Image(picture.pixels()));
   ASSERT_EQ(lines.size(), 3U);
   EXPECT_EQ(lines[0].candidates, (std::vector<std::string>{"Account"}));
   EXPECT_EQ(lines[2].candidates, (std::vector<std::string>{"Password"}));

@@ -128,8 +128,8 @@ TEST(LineSegmentation, JoinsTheWordsOfALineAndKeepsLinesApart) {
     SCOPED_TRACE("words on different surfaces");
     draw([](TextPicture& p) {
       const PixelBox left = p.write("Files", 10, 10);
-      p.fill(left.right() + 4, 0, 100, 40, {0.2, 0.4, 0.8});
-      return std::vector{left, p.write("Edit", left.right() + 12, 10, {"DejaVu Sans", 13, kWhite})};
+      p.fill(left.right() + 4, 0, 100, 40, {0.86, 0.92, 1});
+      return std::vector{left, p.write("Edit", left.right() + 9, 10)};
     });
   }
   {
