@@ -124,7 +124,8 @@ void addRecognize(CLI::App& program, int& exitCode) {
   const auto options = std::make_shared<Options>();
   auto* click = command->add_option("--click", options->click, "X,Y: the click point in every picture")
                     ->delimiter(',')
-                    ->expected(2);
+                    ->expected(2)
+                    ->allow_extra_args(false);
   command
       ->add_option("--click-from", options->clicksFile,
                    "JSON list of {\"id\", \"click\": [x, y]}: a picture's point by its name without \".png\"")
