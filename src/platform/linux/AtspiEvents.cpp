@@ -152,7 +152,7 @@ void AtspiEvents::addMatch(const std::shared_ptr<Subscriber>& subscriber, const 
   }
   if (!subscriber->listening) return;
   // When the registry answers this, it has told the applications what is listened to, and the match is in force.
-  const SdBusMessagePtr question = newRegistryCall("GetRegisteredEvents");
+  const SdBusMessagePtr question = newRegistryCall(registryPath, registryInterface, "GetRegisteredEvents");
   sd_bus_slot* asked = nullptr;
   if (question && sd_bus_call_async(source_->bus(), &asked, question.get(), nowListening, &match, UINT64_MAX) >= 0) {
     match.registryAsked.reset(asked);
@@ -160,17 +160,17 @@ void AtspiEvents::addMatch(const std::shared_ptr<Subscriber>& subscriber, const 
 }
 
 /// A call that does not start the registry where there is none: it is told what is listened to when it comes.
-SdBusMessagePtr AtspiEvents::newRegistryCall(const char* member) const {
+SdBusMessagePtr AtspiEvents::newRegistryCall(const char* path, const char* interface, const char* member) const {
   sd_bus_message* message = nullptr;
-  sd_bus_message_new_method_call(source_->bus(), &message, AtspiObject::registryName, registryPath, registryInterface,
-                                 member);
+  sd_bus_message_new_method_call(source_->bus(), &message, AtspiObject::registryName, path, interface, member);
   if (message) sd_bus_message_set_auto_start(message, 0);
   return SdBusMessagePtr(message);
 }
 
 void AtspiEvents::registerEvent(std::string_view name, bool wanted) {
   if (!source_) return;
-  const SdBusMessagePtr call = newRegistryCall(wanted ? "RegisterEvent" : "DeregisterEvent");
+  const SdBusMessagePtr call =
+      newRegistryCall(registryPath, registryInterface, wanted ? "RegisterEvent" : "DeregisterEvent");
   if (!call) return;
   sd_bus_message_set_expect_reply(call.get(), 0);
   if (sd_bus_message_append(call.get(), "s", std::string(name).c_str()) >= 0) {
@@ -184,6 +184,13 @@ void AtspiEvents::watchApplications() {
   sd_bus_add_match_async(source_->bus(), &applications, applicationsRule, applicationAppeared, nullptr, this);
   watches_.emplace_back(registry);
   watches_.emplace_back(applications);
+  // One that is waited for may have come before the matches were in force.
+  sd_bus_slot* listed = nullptr;
+  const SdBusMessagePtr question = newRegistryCall(AtspiObject::rootPath, "org.a11y.atspi.Accessible", "GetChildren");
+  if (question &&
+      sd_bus_call_async(source_->bus(), &listed, question.get(), applicationsListed, this, UINT64_MAX) >= 0) {
+    watches_.emplace_back(listed);
+  }
 }
 
 int AtspiEvents::receive(sd_bus_message* signal, void* data, sd_bus_error* /*error*/) {
@@ -225,6 +232,17 @@ int AtspiEvents::applicationAppeared(sd_bus_message* signal, void* data, sd_bus_
   if (sd_bus_message_read(signal, "siiv", &detail, &index, &unused, "(so)", &sender, &path) > 0) {
     events.askWhoAppeared(sender);
   }
+  return 0;
+}
+
+int AtspiEvents::applicationsListed(sd_bus_message* reply, void* data, sd_bus_error* /*error*/) {
+  auto& events = *static_cast<AtspiEvents*>(data);
+  const bool isOneMissed =
+      std::any_of(events.subscribers_.begin(), events.subscribers_.end(),
+                  [](const auto& subscriber) { return subscriber->pid && subscriber->senders.empty(); });
+  if (!isOneMissed || sd_bus_message_enter_container(reply, 'a', "(so)") <= 0) return 0;
+  const char *sender = nullptr, *path = nullptr;
+  while (sd_bus_message_read(reply, "(so)", &sender, &path) > 0) events.askWhoAppeared(sender);
   return 0;
 }
 

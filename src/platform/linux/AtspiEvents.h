@@ -53,7 +53,7 @@ class AtspiEvents : public std::enable_shared_from_this<AtspiEvents> {
 
   void addMatch(const std::shared_ptr<Subscriber>& subscriber, const std::string& sender);
   void registerEvent(std::string_view name, bool wanted);
-  SdBusMessagePtr newRegistryCall(const char* member) const;
+  SdBusMessagePtr newRegistryCall(const char* path, const char* interface, const char* member) const;
   void watchApplications();
   void askWhoAppeared(const std::string& sender);
   void disconnected();
@@ -61,6 +61,7 @@ class AtspiEvents : public std::enable_shared_from_this<AtspiEvents> {
   static int nowListening(sd_bus_message* reply, void* match, sd_bus_error* error);
   static int registryChanged(sd_bus_message* signal, void* events, sd_bus_error* error);
   static int applicationAppeared(sd_bus_message* signal, void* events, sd_bus_error* error);
+  static int applicationsListed(sd_bus_message* reply, void* events, sd_bus_error* error);
   static int strangerIdentified(sd_bus_message* reply, void* stranger, sd_bus_error* error);
 
   AtspiBus& bus_;
