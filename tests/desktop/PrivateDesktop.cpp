@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <system_error>
 
 extern char** environ;
@@ -145,31 +146,65 @@ std::vector<std::string> browserCommand() {
           PAGE};
 }
 
-pid_t ownerOf(Bus which, const std::string& name) {
+namespace {
+
+sd_bus* connectTo(Bus which) {
   sd_bus *session = nullptr, *bus = nullptr;
-  sd_bus_message* reply = nullptr;
-  std::uint32_t pid = 0;
   sd_bus_open_user(&session);
-  if (which == Bus::session) {
-    bus = sd_bus_ref(session);
-  } else if (sd_bus_call_method(session, "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", nullptr, &reply,
-                                "") >= 0) {
-    const char* address = nullptr;
-    sd_bus_message_read(reply, "s", &address);
+  if (which == Bus::session) return session;
+  sd_bus_message* reply = nullptr;
+  const char* address = nullptr;
+  if (sd_bus_call_method(session, "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", nullptr, &reply, "") >=
+          0 &&
+      sd_bus_message_read(reply, "s", &address) > 0) {
     sd_bus_new(&bus);
     sd_bus_set_address(bus, address);
     sd_bus_set_bus_client(bus, 1);
     sd_bus_start(bus);
-    reply = sd_bus_message_unref(reply);
   }
+  sd_bus_message_unref(reply);
+  sd_bus_close_unref(session);
+  return bus;
+}
+
+}  // namespace
+
+pid_t ownerOf(Bus which, const std::string& name) {
+  sd_bus* bus = connectTo(which);
+  sd_bus_message* reply = nullptr;
+  std::uint32_t pid = 0;
   if (bus && sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
                                 "GetConnectionUnixProcessID", nullptr, &reply, "s", name.c_str()) >= 0) {
     sd_bus_message_read(reply, "u", &pid);
     sd_bus_message_unref(reply);
   }
   sd_bus_close_unref(bus);
-  sd_bus_close_unref(session);
   return static_cast<pid_t>(pid);
+}
+
+std::size_t matchRules() {
+  sd_bus* bus = connectTo(Bus::accessibility);
+  sd_bus_message* reply = nullptr;
+  std::size_t count = 0;
+  if (bus && sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                "org.freedesktop.DBus.Debug.Stats", "GetAllMatchRules", nullptr, &reply, "") >= 0) {
+    const char* text = nullptr;
+    sd_bus_message_enter_container(reply, 'a', "{sas}");
+    while (sd_bus_message_enter_container(reply, 'e', "sas") > 0) {
+      sd_bus_message_read(reply, "s", &text);
+      sd_bus_message_enter_container(reply, 'a', "s");
+      while (sd_bus_message_read(reply, "s", &text) > 0) ++count;
+      sd_bus_message_exit_container(reply);
+      sd_bus_message_exit_container(reply);
+    }
+    sd_bus_message_unref(reply);
+  }
+  sd_bus_close_unref(bus);
+  return count;
+}
+
+std::size_t entriesOf(const std::string& directory) {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(directory), {}));
 }
 
 std::string textOf(const ElementRef& element, const std::string& attribute) {

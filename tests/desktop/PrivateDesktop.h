@@ -57,6 +57,9 @@ std::vector<std::string> browserCommand();
 /// The process that owns a name on the session bus, or on the accessibility bus; 0 when there is none.
 enum class Bus { session, accessibility };
 pid_t ownerOf(Bus bus, const std::string& name);
+/// How many match rules all programs have on the accessibility bus.
+std::size_t matchRules();
+std::size_t entriesOf(const std::string& directory);
 
 // Elements, through the port alone.
 

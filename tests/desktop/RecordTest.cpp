@@ -8,6 +8,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 constexpr std::uint32_t keyA = 'a';
 constexpr std::uint32_t keyB = 'b';
@@ -60,8 +61,25 @@ TEST_F(RecordTest, WhatIsTypedIntoAPasswordFieldIsNotRecorded) {
   EXPECT_THAT(records, Not(HasSubstr("secret")));
 }
 
+/// What a blocked element must not leave anywhere, but for the lines that tell the host of it.
+void expectNoTrace(const std::string& lines, const std::string& file, const std::string& trace,
+                   const std::vector<std::string>& traces) {
+  std::string others;
+  std::istringstream all(lines);
+  for (std::string line; std::getline(all, line);) {
+    if (!line.starts_with("{\"onBlackListed\"")) others += line + "\n";
+  }
+  for (const std::string& each : traces) {
+    EXPECT_THAT(others, Not(HasSubstr(each)));
+    EXPECT_THAT(file, Not(HasSubstr(each)));
+    EXPECT_THAT(trace, Not(HasSubstr(each)));
+  }
+  const bool isElsewhere = trace.find("the trace is in the journal") != std::string::npos;
+  EXPECT_TRUE(isElsewhere || trace.find("processMousEvent") != std::string::npos) << trace;
+}
+
 TEST_F(RecordTest, ABlockedApplicationLeavesNoTraceInTheRecord) {
-  const auto recorder = record({"--block-process", "GTK_App"});
+  const auto recorder = record({"--block-process", "GTK_App", "--trace"});
   openSample();
   click("AXButton", "Press me");
   for (const bool down : {true, false}) {
@@ -71,10 +89,84 @@ TEST_F(RecordTest, ABlockedApplicationLeavesNoTraceInTheRecord) {
     } while (!line.HasParseError() && textAt(line, "/onBlackListed/name") != "Press me");
     EXPECT_EQ(line["onBlackListed"]["flag"].GetBool(), down);
   }
-  EXPECT_EQ(recordFile(), "");
+  const std::string file = recordFile();
+  EXPECT_EQ(file, "");
   recorder->interrupt();
   EXPECT_EQ(next(*recorder, "onLogChunkAvailable")["onLogChunkAvailable"]["events"].Size(), 0U);
   EXPECT_EQ(recorder->wait(), 0);
+  expectNoTrace(recorder->all(), file, contentOf(traceFile()), {"Press me", "Sample"});
+}
+
+TEST_F(RecordTest, WhatIsOnAPageIsRecordedWithItsAddressUnlessThatIsBlocked) {
+  const Program browser(browserCommand());
+  app = desktop.accessibility().createApplicationElement(browser.pid());
+  const auto onPage = [this](const char* role, const char* name) {
+    return find(find(app, "AXWebArea", "Order form"), role, name);
+  };
+  const auto at = [this](CGPoint point) {
+    const auto hit = desktop.accessibility().createSystemWideElement()->copyElementAtPosition(
+        static_cast<float>(point.x), static_cast<float>(point.y));
+    return hit ? describe(hit.value) : std::string();
+  };
+  struct Control {
+    const char* role;
+    const char* name;
+    const char* type;
+    CGPoint point = {};
+  };
+  std::vector<Control> controls = {{"AXButton", "Order now", "Button"},
+                                   {"AXCheckBox", "Gift wrapping", "CheckBox"},
+                                   {"AXTextField", "Name", "TextField"},
+                                   {"AXLink", "terms of sale", "Link"}};
+  for (Control& control : controls) {
+    const std::string wanted = std::string(control.role) + ":" + control.name;
+    // The browser answers the first question about a place from memory while it asks the page.
+    ASSERT_TRUE(eventually([&] {
+      control.point = middleOf(frameOf(onPage(control.role, control.name)));
+      return at(control.point) == wanted;
+    })) << wanted;
+  }
+  const CGPoint link = controls.back().point;
+  Reader inspector({ZQLOG, "inspect", std::to_string(link.x), std::to_string(link.y)});
+  const auto described = next(inspector, "describe");
+  EXPECT_EQ(textAt(described, "/describe/name"), "terms of sale");
+  EXPECT_EQ(textAt(described, "/describe/window"), "Order form - Chromium");
+  EXPECT_EQ(textAt(described, "/describe/url"), PAGE);
+
+  for (const bool blocked : {false, true}) {
+    SCOPED_TRACE(blocked);
+    const auto recorder =
+        blocked ? record({"--answer", "no", "--trace", "--block-url", PAGE}) : record({"--answer", "no"});
+    const char* const what = blocked ? "onBlackListed" : "onClick";
+    const std::string place = std::string("/") + what;
+    for (const Control& control : controls) {
+      input.click(control.point);
+      for (int i = 0; i < 2; ++i) {
+        const auto line = next(*recorder, what);
+        EXPECT_EQ(textAt(line, (place + "/name").c_str()), control.name);
+        EXPECT_THAT(textAt(line, (place + "/url").c_str()), StartsWith(PAGE));
+        EXPECT_THAT(textAt(line, (place + "/path").c_str()),
+                    StartsWith("Application:Chromium -> Window:Order form - Chromium"));
+      }
+    }
+    recorder->interrupt();
+    const auto chunk = next(*recorder, "onLogChunkAvailable");
+    EXPECT_EQ(recorder->wait(), 0);
+    const std::string file = recordFile();  // as nothing is acknowledged
+    if (blocked) {
+      expectNoTrace(recorder->all(), file, contentOf(traceFile()),
+                    {"Order now", "Gift wrapping", "terms of sale", "Ada", "page.html"});
+      continue;
+    }
+    EXPECT_THAT(textAt(chunk, "/onLogChunkAvailable/text"), HasSubstr("Order now"));
+    for (const Control& control : controls) {
+      const std::string element =
+          std::string(R"("elementName":")") + control.name + R"(","elementControlType":")" + control.type + "\"";
+      EXPECT_EQ(countOf(file, element), 2U) << control.name;
+    }
+    EXPECT_EQ(countOf(file, R"("applicationId":"Chromium","windowName":"Order form - Chromium")"), 8U);
+    std::filesystem::remove(home.path() / "zqlogging" / "slog.json");
+  }
 }
 
 TEST_F(RecordTest, WhatIsNotAcknowledgedComesAgainWithTheNextSession) {

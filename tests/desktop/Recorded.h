@@ -22,12 +22,14 @@ namespace zqlogging::testing {
 /// A program whose output is read line by line.
 class Reader {
  public:
-  explicit Reader(const std::vector<std::string>& arguments) {
+  /// Its complaints go to a file when one is given.
+  explicit Reader(const std::vector<std::string>& arguments, const std::string& errors = "") {
     int ends[2];
     EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
     pid_ = fork();
     if (pid_ == 0) {
       dup2(ends[1], STDOUT_FILENO);
+      if (!errors.empty()) dup2(open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
       std::vector<char*> command;
       for (const std::string& each : arguments) command.push_back(const_cast<char*>(each.c_str()));
       command.push_back(nullptr);
@@ -65,6 +67,7 @@ class Reader {
   }
   /// All that came until now.
   [[nodiscard]] const std::string& all() const { return all_; }
+  [[nodiscard]] pid_t pid() const { return pid_; }
   void interrupt() const { kill(pid_, SIGINT); }
   int wait() {
     int status = 0;
@@ -94,10 +97,10 @@ class Recorded : public ::testing::Test {
     EXPECT_FALSE(line.HasParseError()) << "no line about " << what << " in\n" << reader.all();
     return line;
   }
-  static std::unique_ptr<Reader> record(std::vector<std::string> options = {}) {
+  [[nodiscard]] std::unique_ptr<Reader> record(std::vector<std::string> options = {}) const {
     std::vector<std::string> command{ZQLOG, "record", "--session", "TEST"};
     command.insert(command.end(), options.begin(), options.end());
-    auto recorder = std::make_unique<Reader>(command);
+    auto recorder = std::make_unique<Reader>(command, traceFile());
     EXPECT_TRUE(next(*recorder, "start")["start"].GetBool());
     return recorder;
   }
@@ -155,10 +158,13 @@ class Recorded : public ::testing::Test {
     }
     return texts;
   }
-  std::string recordFile() const {
-    std::ifstream file(home.path() / "zqlogging" / "slog.json");
+  static std::string contentOf(const std::string& path) {
+    std::ifstream file(path);
     return {std::istreambuf_iterator<char>(file), {}};
   }
+  std::string recordFile() const { return contentOf(home.path() / "zqlogging" / "slog.json"); }
+  /// Holds the trace, where there is no journal that takes it.
+  std::string traceFile() const { return home.path() / "trace"; }
 
   TemporaryHome home{"XDG_CACHE_HOME"};
   LinuxPlatform desktop;
