@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "PrivateDesktop.h"
 #include "platform/linux/AtspiStatistics.h"
 
@@ -13,12 +11,7 @@ using port::ElementRef;
 /// One browser for all tests: it takes its time to start.
 class ChromiumTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() {
-    browser = std::make_unique<Program>(
-        std::vector<std::string>{"chromium", "--no-sandbox", "--force-renderer-accessibility", "--no-first-run",
-                                 "--disable-gpu", "--user-data-dir=" + std::string(std::getenv("HOME")) + "/chromium",
-                                 "--window-position=40,40", "--window-size=900,900", PAGE});
-  }
+  static void SetUpTestSuite() { browser = std::make_unique<Program>(browserCommand()); }
   static void TearDownTestSuite() { browser.reset(); }
 
   void SetUp() override {

@@ -1,10 +1,8 @@
-#include <dirent.h>
 #include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <thread>
 
 #include "PrivateDesktop.h"
@@ -19,10 +17,6 @@ using ::testing::ElementsAre;
 constexpr std::uint32_t tabKey = 0xff09;
 constexpr const char* mainWindowChanged = "AXMainWindowChanged";
 constexpr const char* focusChanged = "AXFocusedUIElementChanged";
-
-std::size_t entriesOf(const char* directory) {
-  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(directory), {}));
-}
 
 class ObserverTest : public ::testing::Test {
  protected:
@@ -201,6 +195,8 @@ TEST_F(ObserverTest, AThousandObserversLeaveNothingBehind) {
   ASSERT_TRUE(isListenedTo(second));
   const std::size_t descriptors = entriesOf("/proc/self/fd");
   const std::size_t threads = entriesOf("/proc/self/task");
+  const std::size_t rules = matchRules();
+  EXPECT_GT(rules, 0U);
   for (int i = 0; i < 1000; ++i) {
     observer = observe(i % 2 ? second : first);
     if (i % 100 == 0) {
@@ -212,6 +208,7 @@ TEST_F(ObserverTest, AThousandObserversLeaveNothingBehind) {
   ASSERT_TRUE(isListenedTo(second));
   EXPECT_LE(entriesOf("/proc/self/fd"), descriptors + 2);
   EXPECT_EQ(entriesOf("/proc/self/task"), threads);
+  EXPECT_TRUE(eventually([&] { return matchRules() == rules; })) << matchRules() << " were " << rules;
   observer.reset();
   EXPECT_EQ(entriesOf("/proc/self/task"), threads);
 }

@@ -10,6 +10,8 @@
 #include <xcb/xtest.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <filesystem>
 #include <system_error>
 
 extern char** environ;
@@ -82,11 +84,23 @@ struct Input::Connection {
   Connection& operator=(const Connection&) = delete;
   ~Connection() { xcb_disconnect(x); }
 
-  void fake(std::uint8_t type, std::uint8_t detail, CGPoint point = {}) const {
+  void fake(std::uint8_t type, std::uint8_t detail, CGPoint point = {}, std::uint8_t device = 0) const {
     xcb_test_fake_input(x, type, detail, XCB_CURRENT_TIME, root, static_cast<std::int16_t>(point.x),
-                        static_cast<std::int16_t>(point.y), 0);
+                        static_cast<std::int16_t>(point.y), device);
     // The reply to another request says that the server has come so far.
     std::free(xcb_get_input_focus_reply(x, xcb_get_input_focus(x), nullptr));
+  }
+  /// The key that has the symbol; 0 when none has.
+  [[nodiscard]] std::uint8_t keycodeOf(std::uint32_t keysym) const {
+    const xcb_setup_t* setup = xcb_get_setup(x);
+    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+    xcb_get_keyboard_mapping_reply_t* mapping =
+        xcb_get_keyboard_mapping_reply(x, xcb_get_keyboard_mapping(x, setup->min_keycode, count), nullptr);
+    const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping);
+    int key = 0;
+    while (key < count && keysyms[key * mapping->keysyms_per_keycode] != keysym) ++key;
+    std::free(mapping);
+    return key < count ? static_cast<std::uint8_t>(setup->min_keycode + key) : std::uint8_t{0};
   }
 };
 
@@ -102,46 +116,95 @@ void Input::click(CGPoint point, int button) {
 }
 
 void Input::pressKey(std::uint32_t keysym) {
-  const xcb_setup_t* setup = xcb_get_setup(connection_->x);
-  const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-  xcb_get_keyboard_mapping_reply_t* mapping = xcb_get_keyboard_mapping_reply(
-      connection_->x, xcb_get_keyboard_mapping(connection_->x, setup->min_keycode, count), nullptr);
-  const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping);
-  for (int i = 0; i < count; ++i) {
-    if (keysyms[i * mapping->keysyms_per_keycode] != keysym) continue;
-    const auto code = static_cast<std::uint8_t>(setup->min_keycode + i);
-    connection_->fake(XCB_KEY_PRESS, code);
-    connection_->fake(XCB_KEY_RELEASE, code);
-    break;
-  }
-  std::free(mapping);
+  const std::uint8_t key = connection_->keycodeOf(keysym);
+  connection_->fake(XCB_KEY_PRESS, key);
+  connection_->fake(XCB_KEY_RELEASE, key);
 }
 
-pid_t ownerOf(Bus which, const std::string& name) {
+void Input::pressLocalKey(std::uint32_t keysym) {
+  // The events of the input extension's first version, which name the device that they come from.
+  constexpr const char extension[] = "XInputExtension";
+  constexpr std::uint8_t deviceKeyPress = 1, deviceKeyRelease = 2, keyboardOfXvfb = 7;
+  xcb_query_extension_reply_t* found = xcb_query_extension_reply(
+      connection_->x, xcb_query_extension(connection_->x, sizeof extension - 1, extension), nullptr);
+  const std::uint8_t key = connection_->keycodeOf(keysym);
+  for (const std::uint8_t event : {deviceKeyPress, deviceKeyRelease}) {
+    connection_->fake(static_cast<std::uint8_t>(found->first_event + event), key, {}, keyboardOfXvfb);
+  }
+  std::free(found);
+}
+
+std::vector<std::string> browserCommand() {
+  return {"chromium",
+          "--no-sandbox",
+          "--force-renderer-accessibility",
+          "--no-first-run",
+          "--disable-gpu",
+          "--user-data-dir=" + std::string(std::getenv("HOME")) + "/chromium",
+          "--window-position=40,40",
+          "--window-size=900,900",
+          PAGE};
+}
+
+namespace {
+
+sd_bus* connectTo(Bus which) {
   sd_bus *session = nullptr, *bus = nullptr;
-  sd_bus_message* reply = nullptr;
-  std::uint32_t pid = 0;
   sd_bus_open_user(&session);
-  if (which == Bus::session) {
-    bus = sd_bus_ref(session);
-  } else if (sd_bus_call_method(session, "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", nullptr, &reply,
-                                "") >= 0) {
-    const char* address = nullptr;
-    sd_bus_message_read(reply, "s", &address);
+  if (which == Bus::session) return session;
+  sd_bus_message* reply = nullptr;
+  const char* address = nullptr;
+  if (sd_bus_call_method(session, "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", nullptr, &reply, "") >=
+          0 &&
+      sd_bus_message_read(reply, "s", &address) > 0) {
     sd_bus_new(&bus);
     sd_bus_set_address(bus, address);
     sd_bus_set_bus_client(bus, 1);
     sd_bus_start(bus);
-    reply = sd_bus_message_unref(reply);
   }
+  sd_bus_message_unref(reply);
+  sd_bus_close_unref(session);
+  return bus;
+}
+
+}  // namespace
+
+pid_t ownerOf(Bus which, const std::string& name) {
+  sd_bus* bus = connectTo(which);
+  sd_bus_message* reply = nullptr;
+  std::uint32_t pid = 0;
   if (bus && sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
                                 "GetConnectionUnixProcessID", nullptr, &reply, "s", name.c_str()) >= 0) {
     sd_bus_message_read(reply, "u", &pid);
     sd_bus_message_unref(reply);
   }
   sd_bus_close_unref(bus);
-  sd_bus_close_unref(session);
   return static_cast<pid_t>(pid);
+}
+
+std::size_t matchRules() {
+  sd_bus* bus = connectTo(Bus::accessibility);
+  sd_bus_message* reply = nullptr;
+  std::size_t count = 0;
+  if (bus && sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                "org.freedesktop.DBus.Debug.Stats", "GetAllMatchRules", nullptr, &reply, "") >= 0) {
+    const char* text = nullptr;
+    sd_bus_message_enter_container(reply, 'a', "{sas}");
+    while (sd_bus_message_enter_container(reply, 'e', "sas") > 0) {
+      sd_bus_message_read(reply, "s", &text);
+      sd_bus_message_enter_container(reply, 'a', "s");
+      while (sd_bus_message_read(reply, "s", &text) > 0) ++count;
+      sd_bus_message_exit_container(reply);
+      sd_bus_message_exit_container(reply);
+    }
+    sd_bus_message_unref(reply);
+  }
+  sd_bus_close_unref(bus);
+  return count;
+}
+
+std::size_t entriesOf(const std::string& directory) {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(directory), {}));
 }
 
 std::string textOf(const ElementRef& element, const std::string& attribute) {

@@ -43,15 +43,23 @@ class Input {
   void moveTo(CGPoint point);
   void click(CGPoint point, int button = 1);
   void pressKey(std::uint32_t keysym);
+  /// Presses a key of the desktop's own keyboard, which is no test device.
+  void pressLocalKey(std::uint32_t keysym);
 
  private:
   struct Connection;
   std::unique_ptr<Connection> connection_;
 };
 
+/// Chromium on the sample page.
+std::vector<std::string> browserCommand();
+
 /// The process that owns a name on the session bus, or on the accessibility bus; 0 when there is none.
 enum class Bus { session, accessibility };
 pid_t ownerOf(Bus bus, const std::string& name);
+/// How many match rules all programs have on the accessibility bus.
+std::size_t matchRules();
+std::size_t entriesOf(const std::string& directory);
 
 // Elements, through the port alone.
 

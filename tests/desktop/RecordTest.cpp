@@ -1,179 +1,19 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <poll.h>
-#include <rapidjson/document.h>
-#include <rapidjson/pointer.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <fstream>
-#include <iterator>
-#include <sstream>
-#include <string>
-
-#include "PrivateDesktop.h"
-#include "support/TemporaryHome.h"
+#include "Recorded.h"
 
 namespace zqlogging::testing {
 namespace {
 
-using port::ElementRef;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 constexpr std::uint32_t keyA = 'a';
 constexpr std::uint32_t keyB = 'b';
 
-/// A program whose output is read line by line.
-class Reader {
- public:
-  explicit Reader(const std::vector<std::string>& arguments) {
-    int ends[2];
-    EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    pid_ = fork();
-    if (pid_ == 0) {
-      dup2(ends[1], STDOUT_FILENO);
-      std::vector<char*> command;
-      for (const std::string& each : arguments) command.push_back(const_cast<char*>(each.c_str()));
-      command.push_back(nullptr);
-      execv(command[0], command.data());
-      _exit(127);
-    }
-    close(ends[1]);
-    output_ = ends[0];
-  }
-  Reader(const Reader&) = delete;
-  Reader& operator=(const Reader&) = delete;
-  ~Reader() {
-    if (pid_ > 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-    close(output_);
-  }
-
-  /// The next line; empty at the end of the output, or when none comes for half a minute.
-  std::string line() {
-    constexpr int patience = 30'000;
-    std::size_t end = 0;
-    while ((end = unread_.find('\n')) == std::string::npos) {
-      char part[65536];
-      pollfd waiting{output_, POLLIN, 0};
-      const ssize_t count = poll(&waiting, 1, patience) == 1 ? read(output_, part, sizeof part) : 0;
-      if (count <= 0) return {};
-      unread_.append(part, static_cast<std::size_t>(count));
-    }
-    const std::string text = unread_.substr(0, end);
-    unread_.erase(0, end + 1);
-    all_ += text + "\n";
-    return text;
-  }
-  /// All that came until now.
-  [[nodiscard]] const std::string& all() const { return all_; }
-  void interrupt() const { kill(pid_, SIGINT); }
-  int wait() {
-    int status = 0;
-    waitpid(std::exchange(pid_, -1), &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
- private:
-  pid_t pid_ = -1;
-  int output_ = -1;
-  std::string unread_, all_;
-};
-
-std::string textAt(const rapidjson::Value& value, const char* pointer) {
-  const auto* found = rapidjson::Pointer(pointer).Get(value);
-  return found && found->IsString() ? found->GetString() : "";
-}
-
-class RecordTest : public ::testing::Test {
- protected:
-  /// The next line that is about `what`.
-  static rapidjson::Document next(Reader& reader, const char* what) {
-    rapidjson::Document line;
-    do {
-      line.Parse(reader.line().c_str());
-    } while (!line.HasParseError() && !(line.IsObject() && line.HasMember(what)));
-    EXPECT_FALSE(line.HasParseError()) << "no line about " << what << " in\n" << reader.all();
-    return line;
-  }
-  static std::unique_ptr<Reader> record(std::vector<std::string> options = {}) {
-    std::vector<std::string> command{ZQLOG, "record", "--session", "TEST"};
-    command.insert(command.end(), options.begin(), options.end());
-    auto recorder = std::make_unique<Reader>(command);
-    EXPECT_TRUE(next(*recorder, "start")["start"].GetBool());
-    return recorder;
-  }
-  /// Opens the sample application while it is recorded, so that it is followed from its activation on.
-  void openSample() {
-    sample = std::make_unique<Program>(std::vector<std::string>{GTK_APP});
-    app = desktop.accessibility().createApplicationElement(sample->pid());
-    ASSERT_TRUE(eventually([this] { return frameOf(find(app, "AXWindow", "Sample")).origin == CGPoint{40, 60}; }));
-  }
-  void click(const char* role, const char* name) { click(find(app, role, name)); }
-  void click(const ElementRef& element) {
-    ASSERT_TRUE(element);
-    input.click(middleOf(frameOf(element)));
-  }
-  /// Clicks into a field and waits until the recorder knows that it has the focus.
-  void focusByClick(Reader& recorder, const ElementRef& field) {
-    const std::size_t before = focusedFields();
-    click(field);
-    next(recorder, "onClick");
-    next(recorder, "onClick");
-    EXPECT_TRUE(eventually([&] { return focusedFields() > before; }));
-  }
-  /// How often a text field got the focus, by the record; applications and windows get it too.
-  [[nodiscard]] std::size_t focusedFields() const {
-    std::istringstream lines(recordFile());
-    std::size_t count = 0;
-    for (std::string line; std::getline(lines, line);) {
-      const bool isFocus = line.find("\"eventType\":\"Focus\"") != std::string::npos;
-      if (isFocus && line.find("\"elementControlType\":\"TextField\"") != std::string::npos) ++count;
-    }
-    return count;
-  }
-  static std::size_t countOf(const std::string& text, const std::string& part) {
-    std::size_t count = 0;
-    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
-    return count;
-  }
-  ElementRef password() {
-    for (const ElementRef& each : childrenOf(childrenOf(find(app, "AXWindow", "Sample")).front())) {
-      if (textOf(each, "AXSubrole") == "AXSecureTextField") return each;
-    }
-    return nullptr;
-  }
-  /// The events of a chunk as short texts.
-  static std::vector<std::string> eventsOf(const rapidjson::Document& line) {
-    std::vector<std::string> texts;
-    for (const auto& event : line["onLogChunkAvailable"]["events"].GetArray()) {
-      const std::string type = textAt(event, "/eventType");
-      const std::string remote = event["rc"].GetBool() ? "remote " : "local ";
-      if (type == "Mouse") texts.push_back(remote + "click " + textAt(event, "/eventInfo/elementInfo/name"));
-      if (type == "KeyPressed") {
-        texts.push_back(remote + "key '" + textAt(event, "/eventInfo/character") + "' " +
-                        textAt(event, "/eventInfo/value"));
-      }
-    }
-    return texts;
-  }
-  std::string recordFile() const {
-    std::ifstream file(home.path() / "zqlogging" / "slog.json");
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-
-  TemporaryHome home{"XDG_CACHE_HOME"};
-  LinuxPlatform desktop;
-  Input input;
-  std::unique_ptr<Program> sample;
-  ElementRef app;
-};
+using RecordTest = Recorded;
 
 TEST_F(RecordTest, WhatARemoteControlProgramDoesIsRecordedAndHandedOver) {
   const auto recorder = record();
@@ -221,8 +61,25 @@ TEST_F(RecordTest, WhatIsTypedIntoAPasswordFieldIsNotRecorded) {
   EXPECT_THAT(records, Not(HasSubstr("secret")));
 }
 
+/// What a blocked element must not leave anywhere, but for the lines that tell the host of it.
+void expectNoTrace(const std::string& lines, const std::string& file, const std::string& trace,
+                   const std::vector<std::string>& traces) {
+  std::string others;
+  std::istringstream all(lines);
+  for (std::string line; std::getline(all, line);) {
+    if (!line.starts_with("{\"onBlackListed\"")) others += line + "\n";
+  }
+  for (const std::string& each : traces) {
+    EXPECT_THAT(others, Not(HasSubstr(each)));
+    EXPECT_THAT(file, Not(HasSubstr(each)));
+    EXPECT_THAT(trace, Not(HasSubstr(each)));
+  }
+  const bool isElsewhere = trace.find("the trace is in the journal") != std::string::npos;
+  EXPECT_TRUE(isElsewhere || trace.find("processMousEvent") != std::string::npos) << trace;
+}
+
 TEST_F(RecordTest, ABlockedApplicationLeavesNoTraceInTheRecord) {
-  const auto recorder = record({"--block-process", "GTK_App"});
+  const auto recorder = record({"--block-process", "GTK_App", "--trace"});
   openSample();
   click("AXButton", "Press me");
   for (const bool down : {true, false}) {
@@ -232,10 +89,84 @@ TEST_F(RecordTest, ABlockedApplicationLeavesNoTraceInTheRecord) {
     } while (!line.HasParseError() && textAt(line, "/onBlackListed/name") != "Press me");
     EXPECT_EQ(line["onBlackListed"]["flag"].GetBool(), down);
   }
-  EXPECT_EQ(recordFile(), "");
+  const std::string file = recordFile();
+  EXPECT_EQ(file, "");
   recorder->interrupt();
   EXPECT_EQ(next(*recorder, "onLogChunkAvailable")["onLogChunkAvailable"]["events"].Size(), 0U);
   EXPECT_EQ(recorder->wait(), 0);
+  expectNoTrace(recorder->all(), file, contentOf(traceFile()), {"Press me", "Sample"});
+}
+
+TEST_F(RecordTest, WhatIsOnAPageIsRecordedWithItsAddressUnlessThatIsBlocked) {
+  const Program browser(browserCommand());
+  app = desktop.accessibility().createApplicationElement(browser.pid());
+  const auto onPage = [this](const char* role, const char* name) {
+    return find(find(app, "AXWebArea", "Order form"), role, name);
+  };
+  const auto at = [this](CGPoint point) {
+    const auto hit = desktop.accessibility().createSystemWideElement()->copyElementAtPosition(
+        static_cast<float>(point.x), static_cast<float>(point.y));
+    return hit ? describe(hit.value) : std::string();
+  };
+  struct Control {
+    const char* role;
+    const char* name;
+    const char* type;
+    CGPoint point = {};
+  };
+  std::vector<Control> controls = {{"AXButton", "Order now", "Button"},
+                                   {"AXCheckBox", "Gift wrapping", "CheckBox"},
+                                   {"AXTextField", "Name", "TextField"},
+                                   {"AXLink", "terms of sale", "Link"}};
+  for (Control& control : controls) {
+    const std::string wanted = std::string(control.role) + ":" + control.name;
+    // The browser answers the first question about a place from memory while it asks the page.
+    ASSERT_TRUE(eventually([&] {
+      control.point = middleOf(frameOf(onPage(control.role, control.name)));
+      return at(control.point) == wanted;
+    })) << wanted;
+  }
+  const CGPoint link = controls.back().point;
+  Reader inspector({ZQLOG, "inspect", std::to_string(link.x), std::to_string(link.y)});
+  const auto described = next(inspector, "describe");
+  EXPECT_EQ(textAt(described, "/describe/name"), "terms of sale");
+  EXPECT_EQ(textAt(described, "/describe/window"), "Order form - Chromium");
+  EXPECT_EQ(textAt(described, "/describe/url"), PAGE);
+
+  for (const bool blocked : {false, true}) {
+    SCOPED_TRACE(blocked);
+    const auto recorder =
+        blocked ? record({"--answer", "no", "--trace", "--block-url", PAGE}) : record({"--answer", "no"});
+    const char* const what = blocked ? "onBlackListed" : "onClick";
+    const std::string place = std::string("/") + what;
+    for (const Control& control : controls) {
+      input.click(control.point);
+      for (int i = 0; i < 2; ++i) {
+        const auto line = next(*recorder, what);
+        EXPECT_EQ(textAt(line, (place + "/name").c_str()), control.name);
+        EXPECT_THAT(textAt(line, (place + "/url").c_str()), StartsWith(PAGE));
+        EXPECT_THAT(textAt(line, (place + "/path").c_str()),
+                    StartsWith("Application:Chromium -> Window:Order form - Chromium"));
+      }
+    }
+    recorder->interrupt();
+    const auto chunk = next(*recorder, "onLogChunkAvailable");
+    EXPECT_EQ(recorder->wait(), 0);
+    const std::string file = recordFile();  // as nothing is acknowledged
+    if (blocked) {
+      expectNoTrace(recorder->all(), file, contentOf(traceFile()),
+                    {"Order now", "Gift wrapping", "terms of sale", "Ada", "page.html"});
+      continue;
+    }
+    EXPECT_THAT(textAt(chunk, "/onLogChunkAvailable/text"), HasSubstr("Order now"));
+    for (const Control& control : controls) {
+      const std::string element =
+          std::string(R"("elementName":")") + control.name + R"(","elementControlType":")" + control.type + "\"";
+      EXPECT_EQ(countOf(file, element), 2U) << control.name;
+    }
+    EXPECT_EQ(countOf(file, R"("applicationId":"Chromium","windowName":"Order form - Chromium")"), 8U);
+    std::filesystem::remove(home.path() / "zqlogging" / "slog.json");
+  }
 }
 
 TEST_F(RecordTest, WhatIsNotAcknowledgedComesAgainWithTheNextSession) {

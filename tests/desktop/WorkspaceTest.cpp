@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <systemd/sd-bus.h>
 
 #include <cstdlib>
@@ -150,6 +151,23 @@ TEST_F(WorkspaceTest, SubscriptionsLeaveNothingBehind) {
     GlibMainLoop::pump(std::chrono::milliseconds(0));
   }
   EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(WorkspaceTest, LookingAtTheWindowsKeepsNothing) {
+  const Program program({GTK_APP});
+  ASSERT_TRUE(hasWindow(program));
+  const auto look = [&](int times) {
+    for (int i = 0; i < times; ++i) {
+      EXPECT_FALSE(desktop.windows().windows().empty());
+      EXPECT_TRUE(desktop.windows().windowAt(100, 66));
+      EXPECT_FALSE(workspace.runningApplications().empty());
+    }
+    return mallinfo2().uordblks;
+  };
+  look(10);
+  const std::size_t before = look(1);
+  constexpr std::size_t little = 20'000;  // bytes
+  EXPECT_LT(look(300), before + little);
 }
 
 /// A connection to the session bus that stands for the login manager or a screen saver.

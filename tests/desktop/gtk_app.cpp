@@ -2,7 +2,8 @@
 //
 //   gtk_app [--title TITLE] [--at X,Y]
 //
-// Lines on standard input change it: "dialog" opens a modal dialog, "focus NAME" moves the focus, "quit" ends it.
+// Lines on standard input change it: "dialog" opens a modal dialog, "answer" closes it, "focus NAME" moves the focus,
+// "quit" ends it.
 
 #include <gtk/gtk.h>
 
@@ -72,6 +73,7 @@ void openDialog(GtkWidget* parent) {
   gtk_window_set_default_size(GTK_WINDOW(dialog), 240, 160);
   g_signal_connect(dialog, "response", G_CALLBACK(gtk_widget_destroy), nullptr);
   gtk_widget_show_all(dialog);
+  controls["dialog"] = dialog;
 }
 
 GtkWidget* createWindow(const char* title) {
@@ -138,6 +140,7 @@ gboolean obey(GIOChannel* input, GIOCondition, gpointer window) {
   const std::string command = g_strstrip(line);
   g_free(line);
   if (command == "dialog") openDialog(GTK_WIDGET(window));
+  if (command == "answer") gtk_widget_destroy(controls.at("dialog"));
   if (command == "quit") gtk_widget_destroy(GTK_WIDGET(window));
   if (command.starts_with("focus ")) gtk_widget_grab_focus(controls.at(command.substr(6)));
   return TRUE;

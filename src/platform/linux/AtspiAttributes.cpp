@@ -317,29 +317,8 @@ Result<Value> readFrontmost(const AtspiSubject& subject) {
   return Value(active && pid && active->pid == pid);
 }
 
-/// The focused element, searched downward from the main window, level by level.
 Result<Value> readFocusedElement(const AtspiSubject& subject) {
-  const auto main = mainWindow(subject);
-  if (!main) return ResultCode::noValue;
-  std::vector<AtspiObject> level{*main};
-  std::optional<AtspiObject> focused;
-  std::size_t searched = 0;
-  for (int depth = 0; depth < deepestFocus && !level.empty() && searched < mostNodesSearched; ++depth) {
-    searched += level.size();
-    for (const AtspiObject& object : level) {
-      subject.reader.ask(object, Fact::states);
-      subject.reader.ask(object, Fact::children);
-    }
-    std::vector<AtspiObject> below;
-    for (const AtspiObject& object : level) {
-      const auto* states = subject.of(object).read(Fact::states).as<AtspiStates>();
-      if (!states || !has(*states, stateShowing)) continue;
-      if (has(*states, stateFocused)) focused = object;
-      const auto* children = subject.of(object).read(Fact::children).as<std::vector<AtspiObject>>();
-      if (children) below.insert(below.end(), children->begin(), children->end());
-    }
-    level = std::move(below);
-  }
+  const auto focused = focusedObject(subject);
   return focused ? Result<Value>(elementValue(subject.of(*focused))) : Result<Value>(ResultCode::noValue);
 }
 
@@ -472,6 +451,50 @@ std::optional<AtspiObject> mainWindow(const AtspiSubject& application) {
     if (has(window.states, stateActive)) return window.object;
   }
   return std::nullopt;
+}
+
+std::optional<AtspiObject> focusedObject(const AtspiSubject& application) {
+  const auto main = mainWindow(application);
+  if (!main) return std::nullopt;
+  struct Node {
+    AtspiObject object;
+    bool isBelowFocus;
+  };
+  std::vector<Node> level{{*main, false}};
+  std::optional<AtspiObject> focused;
+  bool isOnlyRow = false;
+  std::size_t searched = 0;
+  for (int depth = 0; depth < deepestFocus && !level.empty() && searched < mostNodesSearched; ++depth) {
+    searched += level.size();
+    for (const Node& node : level) {
+      application.reader.ask(node.object, Fact::states);
+      application.reader.ask(node.object, Fact::children);
+    }
+    std::vector<Node> below;
+    for (const auto& [object, isBelowFocus] : level) {
+      const AtspiSubject subject = application.of(object);
+      const auto* states = subject.read(Fact::states).as<AtspiStates>();
+      if (!states || !has(*states, stateShowing)) continue;
+      bool isFocused = has(*states, stateFocused);
+      bool isRow = false;
+      if (isFocused && !isBelowFocus) {
+        // Some toolkits say so of every current tab, and of the current row of every list.
+        const Result<const RoleRow*> row = roleOf(subject);
+        isFocused = row && row.value->value != ValueSource::selected;
+        isRow = isFocused && (row.value->role == "AXRow" || row.value->role == "AXCell");
+      }
+      if (isFocused && (isBelowFocus || !focused || (isOnlyRow && !isRow))) {
+        focused = object;
+        isOnlyRow = isRow;
+      }
+      const auto* children = subject.read(Fact::children).as<std::vector<AtspiObject>>();
+      for (const AtspiObject& child : children ? *children : std::vector<AtspiObject>()) {
+        below.push_back({child, isBelowFocus || isFocused});
+      }
+    }
+    level = std::move(below);
+  }
+  return focused;
 }
 
 Result<std::vector<std::string>> attributeNames(const AtspiSubject& subject) {

@@ -38,4 +38,7 @@ std::optional<CGRect> frameFrom(const AtspiAnswer& extents);
 /// The application's window that the user works with, or would if the application were in front.
 std::optional<AtspiObject> mainWindow(const AtspiSubject& application);
 
+/// The element that has the focus in the main window, searched for downward, level by level.
+std::optional<AtspiObject> focusedObject(const AtspiSubject& application);
+
 }  // namespace zqlogging

@@ -52,6 +52,7 @@ struct AtspiEvents::Match {
   std::weak_ptr<Subscriber> subscriber;
   std::string sender;
   SdBusSlotPtr slot;
+  SdBusSlotPtr registryAsked;
 };
 
 struct AtspiEvents::Subscriber {
@@ -59,6 +60,7 @@ struct AtspiEvents::Subscriber {
   std::vector<std::string> senders;
   const EventRow* event = nullptr;
   Handler handler;
+  Handler listening;
   std::list<Match> matches;  // at addresses that stay
 };
 
@@ -111,12 +113,14 @@ void AtspiEvents::disconnected() {
 
 std::unique_ptr<AtspiEvents::Subscription> AtspiEvents::subscribe(std::optional<std::int32_t> pid,
                                                                   const std::vector<std::string>& senders,
-                                                                  const EventRow& event, Handler handler) {
+                                                                  const EventRow& event, Handler handler,
+                                                                  Handler listening) {
   auto subscriber = std::make_shared<Subscriber>();
   subscriber->pid = pid;
   subscriber->senders = senders;
   subscriber->event = &event;
   subscriber->handler = std::move(handler);
+  subscriber->listening = std::move(listening);
   subscribers_.push_back(subscriber);
   const bool isFirst = registered_[std::string(event.registeredName)]++ == 0;
   if (source_) {
@@ -140,27 +144,37 @@ AtspiEvents::Subscription::~Subscription() {
 
 void AtspiEvents::addMatch(const std::shared_ptr<Subscriber>& subscriber, const std::string& sender) {
   if (!source_) return;
-  Match& match = subscriber->matches.emplace_back(Match{this, subscriber, sender, nullptr});
+  Match& match = subscriber->matches.emplace_back(Match{this, subscriber, sender, nullptr, nullptr});
   sd_bus_slot* slot = nullptr;
   if (sd_bus_add_match_async(source_->bus(), &slot, ruleFor(*subscriber->event, sender).c_str(), receive, nullptr,
                              &match) >= 0) {
     match.slot.reset(slot);
   }
+  if (!subscriber->listening) return;
+  // When the registry answers this, it has told the applications what is listened to, and the match is in force.
+  const SdBusMessagePtr question = newRegistryCall(registryPath, registryInterface, "GetRegisteredEvents");
+  sd_bus_slot* asked = nullptr;
+  if (question && sd_bus_call_async(source_->bus(), &asked, question.get(), nowListening, &match, UINT64_MAX) >= 0) {
+    match.registryAsked.reset(asked);
+  }
+}
+
+/// A call that does not start the registry where there is none: it is told what is listened to when it comes.
+SdBusMessagePtr AtspiEvents::newRegistryCall(const char* path, const char* interface, const char* member) const {
+  sd_bus_message* message = nullptr;
+  sd_bus_message_new_method_call(source_->bus(), &message, AtspiObject::registryName, path, interface, member);
+  if (message) sd_bus_message_set_auto_start(message, 0);
+  return SdBusMessagePtr(message);
 }
 
 void AtspiEvents::registerEvent(std::string_view name, bool wanted) {
   if (!source_) return;
-  // Nothing depends on the reply, and none is asked for. A registry that is not there is told when it comes.
-  sd_bus_message* message = nullptr;
-  if (sd_bus_message_new_method_call(source_->bus(), &message, AtspiObject::registryName, registryPath,
-                                     registryInterface, wanted ? "RegisterEvent" : "DeregisterEvent") < 0) {
-    return;
-  }
-  const SdBusMessagePtr call(message);
-  sd_bus_message_set_expect_reply(message, 0);
-  sd_bus_message_set_auto_start(message, 0);
-  if (sd_bus_message_append(message, "s", std::string(name).c_str()) >= 0) {
-    sd_bus_send(source_->bus(), message, nullptr);
+  const SdBusMessagePtr call =
+      newRegistryCall(registryPath, registryInterface, wanted ? "RegisterEvent" : "DeregisterEvent");
+  if (!call) return;
+  sd_bus_message_set_expect_reply(call.get(), 0);
+  if (sd_bus_message_append(call.get(), "s", std::string(name).c_str()) >= 0) {
+    sd_bus_send(source_->bus(), call.get(), nullptr);
   }
 }
 
@@ -170,6 +184,13 @@ void AtspiEvents::watchApplications() {
   sd_bus_add_match_async(source_->bus(), &applications, applicationsRule, applicationAppeared, nullptr, this);
   watches_.emplace_back(registry);
   watches_.emplace_back(applications);
+  // One that is waited for may have come before the matches were in force.
+  sd_bus_slot* listed = nullptr;
+  const SdBusMessagePtr question = newRegistryCall(AtspiObject::rootPath, "org.a11y.atspi.Accessible", "GetChildren");
+  if (question &&
+      sd_bus_call_async(source_->bus(), &listed, question.get(), applicationsListed, this, UINT64_MAX) >= 0) {
+    watches_.emplace_back(listed);
+  }
 }
 
 int AtspiEvents::receive(sd_bus_message* signal, void* data, sd_bus_error* /*error*/) {
@@ -180,6 +201,17 @@ int AtspiEvents::receive(sd_bus_message* signal, void* data, sd_bus_error* /*err
   if (!subscriber || !sender || !path || !hasFlag(signal, subscriber->event->requiredFlag)) return 0;
   try {
     subscriber->handler({sender, path, match.events->busNumber_});
+  } catch (...) {  // nothing may pass through the C code below
+  }
+  return 0;
+}
+
+int AtspiEvents::nowListening(sd_bus_message* /*reply*/, void* data, sd_bus_error* /*error*/) {
+  const Match& match = *static_cast<Match*>(data);
+  const auto subscriber = match.subscriber.lock();
+  if (!subscriber) return 0;
+  try {
+    subscriber->listening({match.sender, AtspiObject::rootPath, match.events->busNumber_});
   } catch (...) {  // nothing may pass through the C code below
   }
   return 0;
@@ -200,6 +232,17 @@ int AtspiEvents::applicationAppeared(sd_bus_message* signal, void* data, sd_bus_
   if (sd_bus_message_read(signal, "siiv", &detail, &index, &unused, "(so)", &sender, &path) > 0) {
     events.askWhoAppeared(sender);
   }
+  return 0;
+}
+
+int AtspiEvents::applicationsListed(sd_bus_message* reply, void* data, sd_bus_error* /*error*/) {
+  auto& events = *static_cast<AtspiEvents*>(data);
+  const bool isOneMissed =
+      std::any_of(events.subscribers_.begin(), events.subscribers_.end(),
+                  [](const auto& subscriber) { return subscriber->pid && subscriber->senders.empty(); });
+  if (!isOneMissed || sd_bus_message_enter_container(reply, 'a', "(so)") <= 0) return 0;
+  const char *sender = nullptr, *path = nullptr;
+  while (sd_bus_message_read(reply, "(so)", &sender, &path) > 0) events.askWhoAppeared(sender);
   return 0;
 }
 

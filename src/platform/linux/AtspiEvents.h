@@ -35,9 +35,10 @@ class AtspiEvents : public std::enable_shared_from_this<AtspiEvents> {
   ~AtspiEvents();
 
   /// Calls the handler for each such event of a process, or of all processes. The process may come to the bus later;
-  /// `senders` are the bus names that it is known to have now.
+  /// `senders` are the bus names that it is known to have now. `listening` is called with the root of each application
+  /// of the process from whose events on none is missed.
   std::unique_ptr<Subscription> subscribe(std::optional<std::int32_t> pid, const std::vector<std::string>& senders,
-                                          const EventRow& event, Handler handler);
+                                          const EventRow& event, Handler handler, Handler listening = nullptr);
 
   /// Runs the task later on the context's thread. Any thread.
   void runOnItsThread(std::function<void()> task);
@@ -52,12 +53,15 @@ class AtspiEvents : public std::enable_shared_from_this<AtspiEvents> {
 
   void addMatch(const std::shared_ptr<Subscriber>& subscriber, const std::string& sender);
   void registerEvent(std::string_view name, bool wanted);
+  SdBusMessagePtr newRegistryCall(const char* path, const char* interface, const char* member) const;
   void watchApplications();
   void askWhoAppeared(const std::string& sender);
   void disconnected();
   static int receive(sd_bus_message* signal, void* match, sd_bus_error* error);
+  static int nowListening(sd_bus_message* reply, void* match, sd_bus_error* error);
   static int registryChanged(sd_bus_message* signal, void* events, sd_bus_error* error);
   static int applicationAppeared(sd_bus_message* signal, void* events, sd_bus_error* error);
+  static int applicationsListed(sd_bus_message* reply, void* events, sd_bus_error* error);
   static int strangerIdentified(sd_bus_message* reply, void* stranger, sd_bus_error* error);
 
   AtspiBus& bus_;

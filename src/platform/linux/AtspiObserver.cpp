@@ -33,6 +33,7 @@ struct AtspiObserver::State {
 namespace {
 
 constexpr const char* mainWindowChanged = "AXMainWindowChanged";
+constexpr const char* focusChanged = "AXFocusedUIElementChanged";
 
 /// Whether the window that has been activated is one that the user works with. Menus and other popups are not, but some
 /// toolkits activate them too; a window with a role of its own is believed without asking the X server.
@@ -125,15 +126,19 @@ void AtspiObserver::listen(const std::shared_ptr<State>& state, const std::share
       if (isAboutMainWindow) registration->last = mainWindow({accessibility, reader, root, seconds});
     }
   });
+  const auto handler = [&](void (*handle)(State&, Registration&, const AtspiObject&)) {
+    return [handle, weakState = std::weak_ptr(state), weak = std::weak_ptr(registration)](const AtspiObject& object) {
+      const auto current = weakState.lock();
+      const auto registered = weak.lock();
+      if (current && registered && current->active) handle(*current, *registered, object);
+    };
+  };
+  const bool isAboutFocus = registration->notification == focusChanged && !registration->object;
   for (const EventRow& row : eventRows()) {
     if (row.notification != registration->notification) continue;
-    registration->subscriptions.push_back(state->events->subscribe(
-        state->pid, senders, row,
-        [weakState = std::weak_ptr(state), weak = std::weak_ptr(registration)](const AtspiObject& source) {
-          const auto current = weakState.lock();
-          const auto registered = weak.lock();
-          if (current && registered && current->active) deliver(*current, *registered, source);
-        }));
+    registration->subscriptions.push_back(
+        state->events->subscribe(state->pid, senders, row, handler(deliver),
+                                 isAboutFocus ? handler(deliverPresentFocus) : AtspiEvents::Handler()));
   }
 }
 
@@ -141,7 +146,7 @@ void AtspiObserver::deliver(State& state, Registration& registration, const Atsp
   if (registration.object && registration.object != source) return;
   LinuxAccessibility& accessibility = state.accessibility;
   const std::string notification = registration.notification;
-  const bool isChange = notification == mainWindowChanged || notification == "AXFocusedUIElementChanged";
+  const bool isChange = notification == mainWindowChanged || notification == focusChanged;
   if (isChange && registration.last == source) return;  // toolkits repeat themselves
   const ElementRef element = accessibility.withReader([&](AtspiReader& reader) -> ElementRef {
     const AtspiSubject subject{accessibility, reader, source, accessibility.messagingTimeout()};
@@ -152,6 +157,16 @@ void AtspiObserver::deliver(State& state, Registration& registration, const Atsp
   if (!element) return;
   registration.last = source;
   state.callback(element, notification, {});
+}
+
+/// An application says where its focus is when it comes forward, which is before anybody can ask to be told.
+void AtspiObserver::deliverPresentFocus(State& state, Registration& registration, const AtspiObject& root) {
+  if (registration.last) return;  // it has been heard of since
+  LinuxAccessibility& accessibility = state.accessibility;
+  const auto focused = accessibility.withReader([&](AtspiReader& reader) {
+    return focusedObject({accessibility, reader, root, accessibility.messagingTimeout()});
+  });
+  if (focused) deliver(state, registration, *focused);
 }
 
 }  // namespace zqlogging

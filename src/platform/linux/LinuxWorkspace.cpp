@@ -249,6 +249,8 @@ std::vector<port::RunningApplication> LinuxWorkspace::runningApplications() {
   for (const std::int32_t pid : processesOnAccessibilityBus()) {
     pids.push_back(pid);
   }
+  // Of several applications with one identifier, the active one is found first.
+  std::stable_partition(pids.begin(), pids.end(), [this](std::int32_t pid) { return pid == activePid_; });
   std::vector<port::RunningApplication> applications;
   for (const std::int32_t pid : pids) {
     const bool listed = std::any_of(applications.begin(), applications.end(),
@@ -313,7 +315,7 @@ void LinuxWorkspace::adjustSources() {
     }
   }
   if (activation && !activeWindow_ && !activatedWindows_) {
-    activePid_.reset();
+    activePid_ = 0;
     activeWindow_ = ActiveWindowWatch::start([this](xcb_window_t window) {
       if (const auto pid = accessibility_.windows().pidOfWindow(window)) {
         applicationActivated(*pid);

@@ -2,6 +2,7 @@
 
 #include <xcb/xcb.h>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -70,7 +71,7 @@ class LinuxWorkspace final : public port::Workspace {
   std::unique_ptr<port::Subscription> activatedWindows_;  ///< where no window manager tells the active one
   std::unique_ptr<SystemNotifications> system_;
 
-  std::optional<std::int32_t> activePid_;  ///< main thread
+  std::atomic<std::int32_t> activePid_ = 0;  ///< of the application activated last; 0 when there is none
 };
 
 }  // namespace zqlogging
