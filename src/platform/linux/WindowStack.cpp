@@ -28,12 +28,13 @@ bool isAscii(const std::string& text) {
 /// The client window that a window manager's frame holds, or the frame itself when it holds none.
 xcb_window_t clientIn(XConnection& x, xcb_window_t frame, const std::vector<xcb_window_t>& clients) {
   std::vector<xcb_window_t> level{frame};
-  for (int depth = 0; depth < deepestClient && !level.empty(); ++depth) {
+  for (int depth = 0;; ++depth) {
+    const auto client = std::find_first_of(level.begin(), level.end(), clients.begin(), clients.end());
+    if (client != level.end()) return *client;
+    constexpr std::size_t mostWindows = 200;  // in a frame
+    if (depth == deepestClient || level.size() > mostWindows) return frame;
     std::vector<xcb_query_tree_cookie_t> cookies;
-    for (const xcb_window_t window : level) {
-      if (std::find(clients.begin(), clients.end(), window) != clients.end()) return window;
-      cookies.push_back(xcb_query_tree(x.get(), window));
-    }
+    for (const xcb_window_t window : level) cookies.push_back(xcb_query_tree(x.get(), window));
     level.clear();
     for (const auto cookie : cookies) {
       const auto tree = x.reply<xcb_query_tree_reply_t>(cookie);
@@ -41,12 +42,7 @@ xcb_window_t clientIn(XConnection& x, xcb_window_t frame, const std::vector<xcb_
       const auto children = childrenIn(*tree);
       level.insert(level.end(), children.begin(), children.end());
     }
-    if (level.size() > 200) break;  // that's no frame
   }
-  for (const xcb_window_t window : level) {
-    if (std::find(clients.begin(), clients.end(), window) != clients.end()) return window;
-  }
-  return frame;
 }
 
 /// The child of the root window above a window.
