@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <signal.h>
 
 #include <algorithm>
@@ -77,6 +78,19 @@ TEST_F(RobustnessTest, AStoppedApplicationCostsOneTimeOutAnEvent) {
   stopped.signal(SIGCONT);
   EXPECT_TRUE(shows(stopped, inTitleBar, "AXWindow:Sample"));
   EXPECT_EQ(textOf(button, "AXTitle"), "Press me");
+}
+
+TEST_F(RobustnessTest, LookingForTheWindowAtAPointLeavesNothingInMemory) {
+  const Program program{{GTK_APP}};
+  ASSERT_TRUE(shows(program, inTitleBar, "AXWindow:Sample"));
+  constexpr int times = 1000;
+  const auto look = [&] {
+    for (int i = 0; i < times; ++i) accessibility().windows().windowAt(100, 66);
+  };
+  look();
+  const std::size_t before = mallinfo2().uordblks;
+  look();
+  EXPECT_LT(mallinfo2().uordblks, before + times);  // not even a byte each
 }
 
 TEST_F(RobustnessTest, ElementsOfADeadApplicationSaySo) {

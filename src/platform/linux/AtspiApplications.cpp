@@ -34,6 +34,28 @@ void AtspiApplications::setLacks(const AtspiObject& object, Fact fact) {
   knownLocked(object).lacking |= std::uint64_t{1} << static_cast<unsigned>(fact);
 }
 
+std::vector<AtspiObject> AtspiApplications::lastAnswer(const AtspiObject& object, Fact fact) {
+  const std::lock_guard lock(mutex_);
+  const auto& answers = knownLocked(object).lastAnswers;
+  const auto found = answers.find({fact, object.path});
+  return found == answers.end() ? std::vector<AtspiObject>() : found->second;
+}
+
+void AtspiApplications::setLastAnswer(const AtspiObject& object, Fact fact, const AtspiAnswer& answer) {
+  const std::lock_guard lock(mutex_);
+  auto& answers = knownLocked(object).lastAnswers;
+  constexpr std::size_t most = 1000;
+  if (answers.size() >= most) answers.clear();
+  auto& kept = answers[{fact, object.path}];
+  if (const auto* one = answer.as<AtspiObject>()) {
+    kept = {*one};
+  } else if (const auto* several = answer.as<std::vector<AtspiObject>>()) {
+    kept = *several;
+  } else {
+    answers.erase({fact, object.path});
+  }
+}
+
 std::vector<AtspiObject> AtspiApplications::all(AtspiReader& reader, double seconds) {
   const AtspiObject desktop{AtspiObject::registryName, AtspiObject::rootPath, reader.busNumber()};
   reader.ask(desktop, Fact::childCount);

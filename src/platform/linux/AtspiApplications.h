@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/AtspiFact.h"
@@ -13,7 +15,8 @@ namespace zqlogging {
 
 class AtspiReader;
 
-/// What stays true of an application for as long as its bus name exists, kept over all reads. Any thread.
+/// What is kept of applications over all reads: what stays true for as long as the bus name exists, and guesses. Any
+/// thread.
 class AtspiApplications {
  public:
   /// The root objects of a process; empty when it has none on the bus. Asks the registry about processes not met yet.
@@ -30,11 +33,16 @@ class AtspiApplications {
   bool lacks(const AtspiObject& object, Fact fact);
   void setLacks(const AtspiObject& object, Fact fact);
 
+  /// What was answered last when the object was asked for another one, or for several. It may be true no longer.
+  std::vector<AtspiObject> lastAnswer(const AtspiObject& object, Fact fact);
+  void setLastAnswer(const AtspiObject& object, Fact fact, const AtspiAnswer& answer);
+
  private:
   struct Known {
     std::optional<std::int32_t> pid;
     std::uint64_t lacking = 0;
     AtspiObject root;
+    std::map<std::pair<Fact, std::string>, std::vector<AtspiObject>> lastAnswers;  ///< by fact and path
   };
   Known& knownLocked(const AtspiObject& object);
   std::vector<AtspiObject> knownRoots(std::int32_t pid);

@@ -447,8 +447,10 @@ std::optional<AtspiObject> mainWindow(const AtspiSubject& application) {
   if (inFront) {
     if (const AtspiWindow* match = matchingWindow(windows.value, *inFront)) return match->object;
   }
+  for (const AtspiWindow& window : windows.value) application.reader.ask(window.object, Fact::states);
   for (const AtspiWindow& window : windows.value) {
-    if (has(window.states, stateActive)) return window.object;
+    const auto* states = application.of(window.object).read(Fact::states).as<AtspiStates>();
+    if (states && has(*states, stateActive)) return window.object;
   }
   return std::nullopt;
 }

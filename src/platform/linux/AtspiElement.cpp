@@ -64,7 +64,7 @@ Result<Value> AtspiElement::copyAttributeValue(const std::string& attribute) con
   return withSubject([&](const AtspiSubject& subject) {
     const bool inScope = accessibility().openReader() != nullptr;
     if (inScope && isDescriptive(attribute) && !subject.reader.isWanted(object_)) {
-      subject.reader.want(object_, AtspiReader::wantsName | AtspiReader::wantsStep);
+      subject.reader.want(object_, AtspiReader::wantsName | AtspiReader::wantsStep | AtspiReader::wantsValue);
     }
     return attributeValue(subject, attribute);
   });

@@ -17,12 +17,11 @@ using port::ResultCode;
 namespace {
 
 constexpr int mostSteps = 32;
-constexpr std::size_t mostWindowsProbed = 8;
 constexpr int deepestMenu = 10;
 constexpr std::size_t mostNodesSearched = 400;
 // What a record of an element takes.
-constexpr unsigned everything = AtspiReader::wantsName | AtspiReader::wantsStep | AtspiReader::wantsSiblings |
-                                AtspiReader::wantsChildren | AtspiReader::wantsFrame;
+constexpr unsigned everything = AtspiReader::wantsName | AtspiReader::wantsStep | AtspiReader::wantsValue |
+                                AtspiReader::wantsSiblings | AtspiReader::wantsChildren | AtspiReader::wantsFrame;
 
 double area(const CGRect& rect) { return std::max(0.0, rect.size.width) * std::max(0.0, rect.size.height); }
 
@@ -48,12 +47,18 @@ class HitTest {
     if (!window) return ResultCode::noValue;
     const auto roots =
         window->pid ? accessibility_.rootsOf(*window->pid, reader_, seconds_) : std::vector<AtspiObject>();
-    for (const AtspiObject& root : roots) reader_.ask(root, Fact::children);
     for (const AtspiObject& root : roots) {
-      const auto windows = windowsOf(reader_, root, seconds_, true);
+      reader_.ask(root, Fact::children);
+      for (const AtspiObject& likely : reader_.expected(root, Fact::atPoint)) {
+        reader_.askComponent(likely, Fact::atPoint);
+      }
+    }
+    for (const AtspiObject& root : roots) {
+      const auto windows = windowsOf(reader_, root, seconds_);
       if (!windows) return windows.code;
       const AtspiWindow* match = matchingWindow(windows.value, *window);
       if (match) {
+        reader_.expect(root, Fact::atPoint, {ResultCode::success, match->object});
         Result<AtspiObject> found = descend(match->object);
         const bool isPopup = window->overrideRedirect || window->type == WindowStack::Type::menu;
         const bool isEmpty = found && found.value == match->object;
@@ -96,10 +101,12 @@ class HitTest {
     for (const AtspiObject& root : roots) reader_.ask(root, Fact::children);
     std::optional<AtspiWindow> best;
     for (const AtspiObject& root : roots) {
-      const auto windows = windowsOf(reader_, root, seconds_, true);
+      const auto windows = windowsOf(reader_, root, seconds_);
+      for (const AtspiWindow& window : windows.value) reader_.ask(window.object, Fact::states);
       for (const AtspiWindow& window : windows.value) {
-        const bool isHere = has(window.states, stateShowing) && window.frame.contains({double(x_), double(y_)});
-        if (isHere && (!best || has(window.states, stateActive))) best = window;
+        const auto* states = reader_.read(window.object, Fact::states, seconds_).as<AtspiStates>();
+        const bool isHere = states && has(*states, stateShowing) && window.frame.contains({double(x_), double(y_)});
+        if (isHere && (!best || has(*states, stateActive))) best = window;
       }
     }
     return best ? finish(descend(best->object), false) : Result<ElementRef>(ResultCode::noValue);
@@ -124,8 +131,11 @@ class HitTest {
           (row->role == "AXMenuItem" || row->role == "AXMenu" || row->role == "AXList" || row->role == "AXRow");
       const auto* parent =
           isPart || isChoice ? reader_.read(current, Fact::parent, seconds_).as<AtspiObject>() : nullptr;
-      if (!parent || parent->isNull()) return std::nullopt;
+      if (!parent || parent->isNull() || parent->path == AtspiObject::rootPath) return std::nullopt;
       current = *parent;
+      // Along with the role: what is decided by, and what its or its parts' record takes.
+      for (const Fact fact : {Fact::states, Fact::childCount}) reader_.ask(current, fact);
+      reader_.askComponent(current, Fact::extents);
       const RoleRow* around = roleOf(current);
       const bool isControl = around && (isPart ? around->isControl() : around->role == "AXComboBox");
       if (isControl) return isClosed(current) && containsPoint(current) ? std::optional(current) : std::nullopt;
@@ -147,7 +157,7 @@ class HitTest {
   /// Toolkits answer with some container on the way: goes on from the answer until it no longer changes.
   Result<AtspiObject> descend(AtspiObject current) {
     for (int step = 0; step < mostSteps; ++step) {
-      reader_.want(current, AtspiReader::wantsStep | AtspiReader::wantsChildCount);
+      reader_.want(current, AtspiReader::wantsStep);
       reader_.askComponent(current, Fact::atPoint);
       const AtspiAnswer& answer = reader_.read(current, Fact::atPoint, seconds_);
       if (answer.code == ResultCode::cannotComplete) return answer.code;
@@ -156,7 +166,6 @@ class HitTest {
       if (below && !below->isNull() && *below != current) {
         // The answer may lie elsewhere, like the hidden page that is the child of a tab. Its own answer will be next.
         reader_.want(*below, AtspiReader::wantsStep | AtspiReader::wantsChildCount);
-        reader_.want(current, AtspiReader::wantsChildren);
         reader_.askComponent(*below, Fact::atPoint);
         if (containsPoint(*below)) next = *below;
       }
@@ -295,24 +304,25 @@ class HitTest {
 
 }  // namespace
 
-Result<std::vector<AtspiWindow>> windowsOf(AtspiReader& reader, const AtspiObject& root, double seconds, bool probe) {
+Result<std::vector<AtspiWindow>> windowsOf(AtspiReader& reader, const AtspiObject& root, double seconds) {
+  const auto ask = [&](const std::vector<AtspiObject>& windows) {
+    for (const AtspiObject& window : windows) {
+      reader.ask(window, Fact::name);
+      reader.askComponent(window, Fact::extents);
+    }
+  };
+  reader.ask(root, Fact::children);
+  ask(reader.expected(root, Fact::children));
   const AtspiAnswer& answer = reader.read(root, Fact::children, seconds);
   const auto* children = answer.as<std::vector<AtspiObject>>();
   if (!children) return answer.code;
-  for (const AtspiObject& child : *children) {
-    for (const Fact fact : {Fact::role, Fact::name, Fact::states}) reader.ask(child, fact);
-    reader.askComponent(child, Fact::extents);
-    if (probe && children->size() <= mostWindowsProbed) reader.askComponent(child, Fact::atPoint);
-  }
+  ask(*children);
   std::vector<AtspiWindow> windows;
   for (const AtspiObject& child : *children) {
     const AtspiAnswer& extents = reader.read(child, Fact::extents, seconds);
     if (extents.code == ResultCode::cannotComplete) return extents.code;
-    const auto* role = reader.read(child, Fact::role, seconds).as<std::uint32_t>();
     const auto* name = reader.read(child, Fact::name, seconds).as<std::string>();
-    const auto* states = reader.read(child, Fact::states, seconds).as<AtspiStates>();
-    const auto frame = frameFrom(extents);
-    if (role && frame) windows.push_back({child, *role, *frame, name ? *name : "", states ? *states : 0});
+    if (const auto frame = frameFrom(extents)) windows.push_back({child, *frame, name ? *name : ""});
   }
   return windows;
 }

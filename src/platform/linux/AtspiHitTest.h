@@ -15,15 +15,11 @@ port::Result<port::ElementRef> elementAtPoint(LinuxAccessibility& accessibility,
 /// A window as its application describes it.
 struct AtspiWindow {
   AtspiObject object;
-  std::uint32_t role = 0;
   CGRect frame;
   std::string name;
-  AtspiStates states = 0;
 };
-/// The windows of an application; those without a frame are left out. With `probe` each is asked about the reader's
-/// point along with the rest.
-port::Result<std::vector<AtspiWindow>> windowsOf(AtspiReader& reader, const AtspiObject& root, double seconds,
-                                                 bool probe = false);
+/// The windows of an application; those without a frame are left out.
+port::Result<std::vector<AtspiWindow>> windowsOf(AtspiReader& reader, const AtspiObject& root, double seconds);
 
 /// The one of them that is the given window of the X server; null when none is.
 const AtspiWindow* matchingWindow(const std::vector<AtspiWindow>& windows, const WindowStack::Window& window);

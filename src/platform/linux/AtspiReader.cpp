@@ -52,6 +52,14 @@ bool AtspiReader::isWanted(const AtspiObject& object) {
   return found != entries_.end() && found->second.wants;
 }
 
+std::vector<AtspiObject> AtspiReader::expected(const AtspiObject& object, Fact fact) const {
+  return applications_.lastAnswer(object, fact);
+}
+
+void AtspiReader::expect(const AtspiObject& object, Fact fact, const AtspiAnswer& answer) {
+  applications_.setLastAnswer(object, fact, answer);
+}
+
 bool AtspiReader::isKnownParent(const AtspiObject& object) {
   const auto found = entries_.find(object);
   return found != entries_.end() && found->second.isParent;
@@ -222,7 +230,13 @@ void AtspiReader::plan(const AtspiObject& object, Entry& entry) {
   const AtspiAnswer* name = answered(Fact::name);
   const bool isApplication = object.path == AtspiObject::rootPath;
   if ((wants & wantsStep) && !isApplication) {
-    for (const Fact fact : {Fact::description, Fact::helpText, Fact::parent}) ask(object, fact);
+    for (const Fact fact : {Fact::description, Fact::helpText}) ask(object, fact);
+    if (!answered(Fact::parent)) {
+      for (const AtspiObject& above : expected(object, Fact::parent)) {
+        entries_[above].isExpectedParent = true;
+        want(above, wantsStep | wantsValue);
+      }
+    }
   }
 
   const auto* number = role ? role->as<std::uint32_t>() : nullptr;
@@ -233,15 +247,17 @@ void AtspiReader::plan(const AtspiObject& object, Entry& entry) {
   if (row.depends == RoleDepends::multiLine) ask(object, Fact::states);
   if (row.depends == RoleDepends::webRole) ask(object, Fact::objectAttributes);
   if (isApplication) return;
-  if (nameless) planOtherNames(object, entry, row);
-  if ((wants & wantsStep) || nameless) planValue(object, entry, row);
+  const bool needsOtherNames = nameless && (wants & wantsName);
+  if (needsOtherNames) planOtherNames(object, entry, row);
+  if (needsOtherNames || (wants & wantsValue)) planValue(object, entry, row);
   if (!(wants & wantsStep)) return;
   if (row.role == "AXWindow") askComponent(object, Fact::extents);
+  if (row.role == "AXWebArea") ask(object, Fact::documentAttributes);
   const AtspiAnswer* parent = answered(Fact::parent);
   const auto* above = parent ? parent->as<AtspiObject>() : nullptr;
   if (!above || above->isNull()) return;
   entries_[*above].isParent = true;
-  want(*above, wantsStep);
+  want(*above, wantsStep | wantsValue);
   if (wants & wantsSiblings) want(*above, wantsChildren);
 }
 
@@ -268,7 +284,7 @@ void AtspiReader::planValue(const AtspiObject& object, Entry& entry, const RoleR
     case ValueSource::text:
       return ask(object, Fact::text);
     case ValueSource::leafText: {
-      if (entry.isParent) return;
+      if (entry.isParent || entry.isExpectedParent) return;
       ask(object, Fact::childCount);
       const auto& count = entry.answers[indexOf(Fact::childCount)];
       const auto* number = count ? count->as<std::int32_t>() : nullptr;
@@ -345,6 +361,9 @@ void AtspiReader::keep(const Question& question, AtspiAnswer answer) {
   if (mayBeLacking && answer.code == ResultCode::attributeUnsupported) applications_.setLacks(object, fact);
   const bool isGone = answer.code == ResultCode::invalidUIElement && object.path == AtspiObject::rootPath;
   if (isGone) applications_.forget(object);
+  if (fact == Fact::parent || (fact == Fact::children && object.path == AtspiObject::rootPath)) {
+    expect(object, fact, answer);
+  }
   Entry& entry = entries_[object];
   if (fact == Fact::childAt) {
     entry.childAt[arguments.x] = std::move(answer);

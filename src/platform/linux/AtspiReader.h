@@ -27,11 +27,12 @@ class AtspiReader {
   /// What will be wanted of an object. The facts behind it are asked along with whatever is waited for anyway.
   enum Wants : unsigned {
     wantsName = 1,      ///< what names it
-    wantsStep = 2,      ///< its step in a path, and those of its ancestors: name, value, and the frame of the window
+    wantsStep = 2,      ///< its step in a path but for its value, all of those of its ancestors, the window's frame
     wantsSiblings = 4,  ///< with wantsStep: the list of its parent's children
     wantsChildren = 8,  ///< the list of its children
     wantsChildCount = 16,
     wantsFrame = 32,
+    wantsValue = 64,
   };
 
   AtspiReader(AtspiBus& bus, AtspiApplications& applications);
@@ -50,6 +51,11 @@ class AtspiReader {
   void want(const AtspiObject& object, unsigned wants);
   /// Whether anything has been wanted of the object.
   bool isWanted(const AtspiObject& object);
+  /// What the answer was last time: an object's parent, an application's windows, its window at the point. Most of it
+  /// stays as it is from one event to the next. What is expected is asked about before the answer is there, which
+  /// spares waits; it is believed only when the answer says the same.
+  std::vector<AtspiObject> expected(const AtspiObject& object, Fact fact) const;
+  void expect(const AtspiObject& object, Fact fact, const AtspiAnswer& answer);
   /// Whether the object has turned out to be another one's parent.
   bool isKnownParent(const AtspiObject& object);
   /// Puts a question among those that the next wait sends.
@@ -74,6 +80,7 @@ class AtspiReader {
     unsigned wants = 0;
     bool hasComponent = false;
     bool isParent = false;
+    bool isExpectedParent = false;
   };
   struct Question {
     AtspiObject object;
