@@ -41,7 +41,7 @@ TEST_P(ScenarioExampleTest, PlaysToExactlyTheLinesBesideIt) {
 
 std::vector<fs::path> examples() {
   std::vector<fs::path> found;
-  for (const auto& entry : fs::directory_iterator(fs::path(__FILE__).parent_path() / "examples")) {
+  for (const auto& entry : fs::directory_iterator(EXAMPLES)) {
     if (entry.path().extension() == ".json") found.push_back(entry.path());
   }
   std::ranges::sort(found);
