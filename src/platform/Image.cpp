@@ -11,6 +11,8 @@ namespace {
 constexpr std::size_t kBytesPerPixel = 4;
 /// The longest side of a picture that is rendered; no screen is larger, and a hostile size must not take the memory.
 constexpr double kMaxSide = 32768;
+/// What calculating with normalized boxes leaves over, in pixels.
+constexpr double kRoundingError = 1e-6;
 
 bool hasPixels(const PixelBuffer& frame) {
   return frame.pixels != nullptr && frame.width > 0 && frame.height > 0 &&
@@ -104,11 +106,16 @@ Bitmap cutOut(const Bitmap& bitmap, CGRect box) {
   if (isEmpty(part)) {
     return {};
   }
-  const int left = static_cast<int>(std::floor(part.origin.x));
-  const int top = static_cast<int>(std::floor(part.origin.y));
+  const auto first = [](double edge) { return static_cast<int>(std::floor(edge + kRoundingError)); };
+  const auto last = [](double edge) { return static_cast<int>(std::ceil(edge - kRoundingError)); };
+  const int left = first(part.origin.x);
+  const int top = first(part.origin.y);
   Bitmap result;
-  result.width = static_cast<int>(std::ceil(part.origin.x + part.size.width)) - left;
-  result.height = static_cast<int>(std::ceil(part.origin.y + part.size.height)) - top;
+  result.width = last(part.origin.x + part.size.width) - left;
+  result.height = last(part.origin.y + part.size.height) - top;
+  if (result.width <= 0 || result.height <= 0) {
+    return {};
+  }
   const std::size_t rowBytes = kBytesPerPixel * static_cast<std::size_t>(result.width);
   result.pixels.resize(rowBytes * static_cast<std::size_t>(result.height));
   for (int row = 0; row < result.height; ++row) {

@@ -94,7 +94,9 @@ TEST(CutOut, TakesWholePixelsInsideTheBitmap) {
   const Bitmap bitmap = Image(frame(6, 4)).render();
   EXPECT_EQ(placesIn(cutOut(bitmap, {{1, 2}, {3, 1}})), (Places{{1, 2, 3}, {2}}));
   EXPECT_EQ(placesIn(cutOut(bitmap, {{4.2, -3}, {0.9, 4.1}})), (Places{{4, 5}, {0, 1}}));
+  EXPECT_EQ(placesIn(cutOut(bitmap, {{0.99999999, 2}, {3.00000002, 0.99999999}})), (Places{{1, 2, 3}, {2}}));
   EXPECT_EQ(cutOut(bitmap, {{6, 0}, {3, 3}}), Bitmap());
+  EXPECT_EQ(cutOut(bitmap, {{6 - 1e-9, 0}, {3, 3}}), Bitmap());
   EXPECT_EQ(cutOut({}, {{0, 0}, {3, 3}}), Bitmap());
 }
 
