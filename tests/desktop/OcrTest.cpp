@@ -40,12 +40,12 @@ class OcrTest : public Recorded {
 TEST_F(OcrTest, AClickOnTextThatIsOnlyDrawnIsRecordedWithIt) {
   openCanvas();
   const auto recorder = record({"--ocr"});
-  // There is no recognition within 0.7 s of the last one, or of the start.
+  // There is no recognition within 0.7 s of the last one, or of the start; and the window may not be drawn yet.
   std::vector<std::string> texts;
-  EXPECT_TRUE(eventually([&] {
+  eventually([&] {
     texts = clickAt(*recorder, {60, 68});
-    return !texts.empty();
-  }));
+    return texts.size() >= 2;
+  });
   EXPECT_THAT(texts, IsSupersetOf({"Layer properties", "Merge down (here)"}));
   EXPECT_TRUE(eventually([&] { return recordFile().find("Layer properties. Merge down)") != std::string::npos; }))
       << "the path in the record";
