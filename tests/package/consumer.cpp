@@ -1,10 +1,14 @@
 // A host that uses every public name once, so that one that the library does not export, or a header that needs
-// something that is not installed, fails to build; and plays a scenario, so that the library is seen to work.
+// something that is not installed, fails to build; and that reads a picture and plays a scenario, so that the library is
+// seen to work.
 
 #include <zqlogging/zqlogging.h>
 
+#include <cstdint>
 #include <iostream>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -60,6 +64,14 @@ bool useDesktop() {
   return true;
 }
 
+/// Loads the recognition module from where it is installed.
+bool useRecognizer() {
+  const auto desktop = zqlogging::systemDesktop();
+  zqlogging::TextRecognizer recognizer(*desktop);
+  const std::vector<std::uint8_t> white(4 * 20 * 20, 255);
+  return recognizer.recognize({{std::shared_ptr<void>(), white.data()}, 20, 20, 4 * 20}, zqlogging::CGPoint{1, 1}).empty();
+}
+
 bool useTrace() {
   using zqlogging::ZQDeveloperLogTier;
   zqlogging::ZQDeveloperLogger::log().log(ZQDeveloperLogTier::enhancedlogging, "not written: the tier is off");
@@ -84,7 +96,8 @@ bool useScenario() {
 
 int main() {
   const std::pair<const char*, bool (*)()> parts[] = {
-      {"service", useService}, {"desktop", useDesktop}, {"trace", useTrace}, {"scenario", useScenario}};
+      {"service", useService}, {"desktop", useDesktop}, {"recognizer", useRecognizer}, {"trace", useTrace},
+      {"scenario", useScenario}};
   int failures = 0;
   for (const auto& [name, works] : parts) {
     if (!works()) {
