@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -17,7 +18,7 @@ struct Ratio {
   double budget;
 };
 
-/// Prints as usual and keeps each benchmark's time per item.
+/// Prints as usual and keeps each benchmark's times per item, one of each repetition.
 class Keeper final : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
@@ -25,9 +26,8 @@ class Keeper final : public benchmark::ConsoleReporter {
     for (const Run& run : runs) {
       if (run.error_occurred || run.run_type == Run::RT_Aggregate) continue;
       const auto items = run.counters.find("items");
-      times_[run.run_name.function_name] =
-          run.real_accumulated_time / static_cast<double>(run.iterations) /
-          (items == run.counters.end() ? 1.0 : items->second.value);
+      times_[run.run_name.function_name].push_back(run.real_accumulated_time / static_cast<double>(run.iterations) /
+                                                   (items == run.counters.end() ? 1.0 : items->second.value));
     }
   }
 
@@ -37,13 +37,20 @@ class Keeper final : public benchmark::ConsoleReporter {
       const auto subject = times_.find(ratio.subject);
       const auto control = times_.find(ratio.control);
       if (subject == times_.end() || control == times_.end()) continue;
-      std::printf("%-58s %7.3f us %8.3f %8.3f\n", ratio.what.c_str(), subject->second * 1e6,
-                  subject->second / control->second, ratio.budget);
+      const double time = median(subject->second);
+      std::printf("%-58s %7.3f us %8.3f %8.3f\n", ratio.what.c_str(), time * 1e6, time / median(control->second),
+                  ratio.budget);
     }
   }
 
  private:
-  std::map<std::string, double> times_;
+  static double median(std::vector<double> times) {
+    const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+    std::nth_element(times.begin(), middle, times.end());
+    return *middle;
+  }
+
+  std::map<std::string, std::vector<double>> times_;
 };
 
 /// Runs the benchmarks of the program and prints the ratios.

@@ -34,6 +34,21 @@ double likeness(const CGRect& a, const CGRect& b) {
   return common > 0 ? common / (area(a) + area(b) - common) : 0;
 }
 
+void askAboutWindow(AtspiReader& reader, const AtspiObject& window) {
+  reader.ask(window, Fact::name);
+  reader.askComponent(window, Fact::extents);
+}
+
+/// One that has a frame.
+Result<AtspiWindow> readWindow(AtspiReader& reader, const AtspiObject& window, double seconds) {
+  askAboutWindow(reader, window);
+  const AtspiAnswer& extents = reader.read(window, Fact::extents, seconds);
+  const auto frame = frameFrom(extents);
+  if (!frame) return extents.code == ResultCode::success ? ResultCode::noValue : extents.code;
+  const auto* name = reader.read(window, Fact::name, seconds).as<std::string>();
+  return AtspiWindow{window, *frame, name ? *name : ""};
+}
+
 class HitTest {
  public:
   HitTest(LinuxAccessibility& accessibility, AtspiReader& reader, int x, int y, double seconds)
@@ -48,13 +63,13 @@ class HitTest {
     const auto roots =
         window->pid ? accessibility_.rootsOf(*window->pid, reader_, seconds_) : std::vector<AtspiObject>();
     for (const AtspiObject& root : roots) {
-      reader_.ask(root, Fact::children);
       for (const AtspiObject& likely : reader_.expected(root, Fact::atPoint)) {
+        askAboutWindow(reader_, likely);
         reader_.askComponent(likely, Fact::atPoint);
       }
     }
     for (const AtspiObject& root : roots) {
-      const auto windows = windowsOf(reader_, root, seconds_);
+      const auto windows = candidates(root, *window);
       if (!windows) return windows.code;
       const AtspiWindow* match = matchingWindow(windows.value, *window);
       if (match) {
@@ -72,6 +87,20 @@ class HitTest {
   }
 
  private:
+  /// The windows of an application among which the server's is: only the one that was hit last if no other could be
+  /// more like it, or else all.
+  Result<std::vector<AtspiWindow>> candidates(const AtspiObject& root, const WindowStack::Window& window) {
+    for (const AtspiObject& likely : reader_.expected(root, Fact::atPoint)) {
+      const auto last = readWindow(reader_, likely, seconds_);
+      if (last.code == ResultCode::cannotComplete) return last.code;
+      const bool isSame = last && !window.overrideRedirect && !window.title.empty() &&
+                          last.value.name == window.title &&
+                          (last.value.frame == window.frame || last.value.frame == window.clientFrame);
+      if (isSame) return std::vector{last.value};
+    }
+    return windowsOf(reader_, root, seconds_);
+  }
+
   std::optional<CGRect> frameOf(const AtspiObject& object) {
     reader_.askComponent(object, Fact::extents);
     return frameFrom(reader_.read(object, Fact::extents, seconds_));
@@ -305,24 +334,17 @@ class HitTest {
 }  // namespace
 
 Result<std::vector<AtspiWindow>> windowsOf(AtspiReader& reader, const AtspiObject& root, double seconds) {
-  const auto ask = [&](const std::vector<AtspiObject>& windows) {
-    for (const AtspiObject& window : windows) {
-      reader.ask(window, Fact::name);
-      reader.askComponent(window, Fact::extents);
-    }
-  };
   reader.ask(root, Fact::children);
-  ask(reader.expected(root, Fact::children));
+  for (const AtspiObject& window : reader.expected(root, Fact::children)) askAboutWindow(reader, window);
   const AtspiAnswer& answer = reader.read(root, Fact::children, seconds);
   const auto* children = answer.as<std::vector<AtspiObject>>();
   if (!children) return answer.code;
-  ask(*children);
+  for (const AtspiObject& window : *children) askAboutWindow(reader, window);
   std::vector<AtspiWindow> windows;
   for (const AtspiObject& child : *children) {
-    const AtspiAnswer& extents = reader.read(child, Fact::extents, seconds);
-    if (extents.code == ResultCode::cannotComplete) return extents.code;
-    const auto* name = reader.read(child, Fact::name, seconds).as<std::string>();
-    if (const auto frame = frameFrom(extents)) windows.push_back({child, *frame, name ? *name : ""});
+    auto window = readWindow(reader, child, seconds);
+    if (window.code == ResultCode::cannotComplete) return window.code;
+    if (window) windows.push_back(std::move(window.value));
   }
   return windows;
 }

@@ -253,6 +253,7 @@ void AtspiReader::plan(const AtspiObject& object, Entry& entry) {
   if (!(wants & wantsStep)) return;
   if (row.role == "AXWindow") askComponent(object, Fact::extents);
   if (row.role == "AXWebArea") ask(object, Fact::documentAttributes);
+  if (row.role == "AXLink" && (wants & wantsFrame)) ask(object, Fact::linkAddress);
   const AtspiAnswer* parent = answered(Fact::parent);
   const auto* above = parent ? parent->as<AtspiObject>() : nullptr;
   if (!above || above->isNull()) return;

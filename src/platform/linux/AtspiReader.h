@@ -31,7 +31,7 @@ class AtspiReader {
     wantsSiblings = 4,  ///< with wantsStep: the list of its parent's children
     wantsChildren = 8,  ///< the list of its children
     wantsChildCount = 16,
-    wantsFrame = 32,
+    wantsFrame = 32,  ///< its frame, and the address that it leads to
     wantsValue = 64,
   };
 
