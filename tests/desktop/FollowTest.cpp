@@ -88,8 +88,8 @@ class FollowTest : public Recorded {
 TEST_F(FollowTest, WhatHappensInSeveralApplicationsIsRecordedInOrderAndOnce) {
   const Program first({GTK_APP, "--title", "First"});
   const ElementRef firstApp = shown(first, "First");
-  Program browser(browserCommand());
-  const ElementRef page = applicationOf(browser);
+  auto browser = std::make_unique<Program>(browserCommand());
+  const ElementRef page = applicationOf(*browser);
   ASSERT_TRUE(eventually([&] { return frameOf(find(page, "AXTextField", "Name")).size.width > 0; }));
   const auto recorder = record({"--answer", "no"});
 
@@ -127,7 +127,7 @@ TEST_F(FollowTest, WhatHappensInSeveralApplicationsIsRecordedInOrderAndOnce) {
   expect({"TextField Find an article"},
          {"remote 'a' TextField in Order form - Chromium", "remote '\t' TextField in Order form - Chromium"});
 
-  browser.signal(SIGKILL);  // the window manager goes back to the one before
+  browser.reset();  // is killed; the window manager goes back to the one before
   expect({"Application", "Window Sample", "TextField City"});
   activate("Second");
   expect({"Application", "Window Second", "TextField "});
