@@ -58,6 +58,16 @@ TEST_F(QtTest, ControlsAreHitAndReadAndTheApplicationLives) {
   EXPECT_EQ(textOf(app, "AXDescription"), "");
 }
 
+TEST_F(QtTest, TheFocusIsFoundBelowATabThatClaimsIt) {
+  const ElementRef field = find(app, "AXTextField", "Inside");
+  ASSERT_TRUE(field);
+  input.click(middleOf(frameOf(field)));
+  EXPECT_TRUE(eventually([&] {
+    const auto focused = app->copyAttributeValue("AXFocusedUIElement");
+    return focused && std::get<ElementRef>(focused.value)->isEqual(*field);
+  })) << valueOf(app, "AXFocusedUIElement");
+}
+
 TEST_F(QtTest, ItemsOfPopupsAreHit) {
   input.click(middleOf(frameOf(find(app, "AXMenuItem", "File"))));
   const ElementRef save = find(app, "AXMenuItem", "Save");

@@ -143,6 +143,7 @@ TEST_F(RecordTest, WhatIsOnAPageIsRecordedWithItsAddressUnlessThatIsBlocked) {
       input.click(control.point);
       for (int i = 0; i < 2; ++i) {
         const auto line = next(*recorder, what);
+        if (HasFailure()) return;
         EXPECT_EQ(textAt(line, (place + "/name").c_str()), control.name);
         EXPECT_THAT(textAt(line, (place + "/url").c_str()), StartsWith(PAGE));
         EXPECT_THAT(textAt(line, (place + "/path").c_str()),

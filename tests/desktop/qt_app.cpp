@@ -50,7 +50,9 @@ QWidget* createControls() {
   notes->setPlainText("One line\nand another");
   column->addWidget(notes);
   auto* tabs = new QTabWidget;
-  tabs->addTab(new QLabel("General page"), "General");
+  auto* general = new QWidget;
+  (new QVBoxLayout(general))->addWidget(new QLineEdit("Inside"));
+  tabs->addTab(general, "General");
   tabs->addTab(new QLabel("Details page"), "Details");
   column->addWidget(tabs);
   return controls;

@@ -17,6 +17,7 @@ struct AtspiObserver::Registration {
   std::string notification;
   std::vector<std::unique_ptr<AtspiEvents::Subscription>> subscriptions;  // while hooked
   std::optional<AtspiObject> last;                                        // what was delivered last
+  bool knowsMainWindow = false;                                           // and tells changes of it alone
 };
 
 /// Shared with the handlers, one of which may be running when the observer goes.
@@ -79,6 +80,7 @@ void AtspiObserver::unhookFromCurrentLoop() {
   for (const auto& registration : state_->registrations) {
     registration->subscriptions.clear();
     registration->last.reset();
+    registration->knowsMainWindow = false;
   }
   state_->events.reset();
 }
@@ -116,16 +118,15 @@ ResultCode AtspiObserver::removeNotification(const port::Element& element, const
 void AtspiObserver::listen(const std::shared_ptr<State>& state, const std::shared_ptr<Registration>& registration) {
   state->events->connect();
   LinuxAccessibility& accessibility = state->accessibility;
+  const auto roots = accessibility.withReader(
+      [&](AtspiReader& reader) { return accessibility.rootsOf(state->pid, reader, accessibility.messagingTimeout()); });
+  const bool isAboutMainWindow = registration->notification == mainWindowChanged;
   std::vector<std::string> senders;
-  accessibility.withReader([&](AtspiReader& reader) {
-    const double seconds = accessibility.messagingTimeout();
-    for (const AtspiObject& root : accessibility.rootsOf(state->pid, reader, seconds)) {
-      senders.push_back(root.application);
-      // The window that is the main one already has not become it.
-      const bool isAboutMainWindow = registration->notification == mainWindowChanged;
-      if (isAboutMainWindow) registration->last = mainWindow({accessibility, reader, root, seconds});
-    }
-  });
+  for (const AtspiObject& root : roots) {
+    senders.push_back(root.application);
+    if (isAboutMainWindow) noteMainWindow(*state, *registration, root);
+    registration->knowsMainWindow = true;  // also when there is none
+  }
   const auto handler = [&](void (*handle)(State&, Registration&, const AtspiObject&)) {
     return [handle, weakState = std::weak_ptr(state), weak = std::weak_ptr(registration)](const AtspiObject& object) {
       const auto current = weakState.lock();
@@ -136,9 +137,10 @@ void AtspiObserver::listen(const std::shared_ptr<State>& state, const std::share
   const bool isAboutFocus = registration->notification == focusChanged && !registration->object;
   for (const EventRow& row : eventRows()) {
     if (row.notification != registration->notification) continue;
-    registration->subscriptions.push_back(
-        state->events->subscribe(state->pid, senders, row, handler(deliver),
-                                 isAboutFocus ? handler(deliverPresentFocus) : AtspiEvents::Handler()));
+    registration->subscriptions.push_back(state->events->subscribe(state->pid, senders, row, handler(deliver),
+                                                                   isAboutFocus        ? handler(deliverPresentFocus)
+                                                                   : isAboutMainWindow ? handler(noteMainWindow)
+                                                                                       : AtspiEvents::Handler()));
   }
 }
 
@@ -156,7 +158,20 @@ void AtspiObserver::deliver(State& state, Registration& registration, const Atsp
   });
   if (!element) return;
   registration.last = source;
-  state.callback(element, notification, {});
+  const bool isNews = notification != mainWindowChanged || registration.knowsMainWindow;
+  registration.knowsMainWindow = true;
+  if (isNews) state.callback(element, notification, {});
+}
+
+/// The window that is the main one already, when the application is there or comes to the bus, has not become it. Where
+/// an application that comes does not show it yet, it is the one that is announced first.
+void AtspiObserver::noteMainWindow(State& state, Registration& registration, const AtspiObject& root) {
+  if (registration.knowsMainWindow) return;
+  LinuxAccessibility& accessibility = state.accessibility;
+  registration.last = accessibility.withReader([&](AtspiReader& reader) {
+    return mainWindow({accessibility, reader, root, accessibility.messagingTimeout()});
+  });
+  registration.knowsMainWindow = registration.last.has_value();
 }
 
 /// An application says where its focus is when it comes forward, which is before anybody can ask to be told.

@@ -31,6 +31,7 @@ class AtspiObserver : public port::NotificationObserver {
 
   static void listen(const std::shared_ptr<State>& state, const std::shared_ptr<Registration>& registration);
   static void deliver(State& state, Registration& registration, const AtspiObject& source);
+  static void noteMainWindow(State& state, Registration& registration, const AtspiObject& root);
   static void deliverPresentFocus(State& state, Registration& registration, const AtspiObject& root);
 
   std::shared_ptr<State> state_;
