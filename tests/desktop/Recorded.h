@@ -27,6 +27,8 @@ class Reader {
   explicit Reader(const std::vector<std::string>& arguments, const std::string& errors = "") {
     int ends[2];
     EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    constexpr int room = 1 << 20;  // for the chunks of a test that does not read them
+    EXPECT_GE(fcntl(ends[0], F_SETPIPE_SZ, room), room);
     pid_ = fork();
     if (pid_ == 0) {
       dup2(ends[1], STDOUT_FILENO);
