@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "Recorded.h"
 
 namespace zqlogging::testing {
@@ -170,6 +172,10 @@ TEST_F(FollowTest, AStoppedApplicationHoldsNobodyUp) {
 
   first.signal(SIGCONT);
   activate("First");
+  EXPECT_TRUE(eventually([&] {
+    const Texts& focus = recorded().focus;
+    return std::count(focus.begin(), focus.end(), "Window First") == 2;
+  }));
   EXPECT_TRUE(isLast(&Track::focus, "TextField Vienna"));
   input.pressKey(keyA);
   EXPECT_TRUE(isLast(&Track::deeds, "remote 'a' TextField in First"));
