@@ -53,10 +53,22 @@ class Keeper final : public benchmark::ConsoleReporter {
   std::map<std::string, std::vector<double>> times_;
 };
 
+/// Reads the command line; false when there is something unknown in it. Unless it says otherwise benchmarks take turns,
+/// so that the machine's own unrest meets all alike.
+inline bool initialize(int argc, char** argv) {
+  std::vector<std::string> options{argv[0], "--benchmark_repetitions=10", "--benchmark_min_time=0.2",
+                                   "--benchmark_enable_random_interleaving=true"};
+  options.insert(options.end(), argv + 1, argv + argc);
+  std::vector<char*> arguments;
+  for (std::string& option : options) arguments.push_back(option.data());
+  int count = static_cast<int>(arguments.size());
+  benchmark::Initialize(&count, arguments.data());
+  return !benchmark::ReportUnrecognizedArguments(count, arguments.data());
+}
+
 /// Runs the benchmarks of the program and prints the ratios.
 inline int run(int argc, char** argv, const std::vector<Ratio>& ratios) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  if (!initialize(argc, argv)) return 1;
   Keeper keeper;
   benchmark::RunSpecifiedBenchmarks(&keeper);
   keeper.printRatios(ratios);

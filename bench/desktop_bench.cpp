@@ -252,15 +252,7 @@ BENCHMARK(inEventLoop)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
   using namespace zqlogging::bench;
-  // The machine's own unrest meets all alike when they take turns.
-  std::vector<std::string> options{argv[0], "--benchmark_repetitions=10", "--benchmark_min_time=0.2",
-                                   "--benchmark_enable_random_interleaving=true"};
-  options.insert(options.end(), argv + 1, argv + argc);
-  std::vector<char*> arguments;
-  for (std::string& option : options) arguments.push_back(option.data());
-  int count = static_cast<int>(arguments.size());
-  benchmark::Initialize(&count, arguments.data());
-  if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
+  if (!initialize(argc, argv)) return 1;
 
   atspi_init();
   Browser here;

@@ -91,7 +91,7 @@ void recognizeCrops(benchmark::State& state) {
   }
   state.counters["items"] = static_cast<double>(crops().size());
 }
-BENCHMARK(recognizeCrops)->Unit(benchmark::kMillisecond)->MinTime(2);
+BENCHMARK(recognizeCrops)->Unit(benchmark::kMillisecond);
 
 /// The line at the picture's middle alone, as it is answered before any other one is begun.
 void recognizeTheClicksLine(benchmark::State& state) {
@@ -112,7 +112,7 @@ void recognizeTheClicksLine(benchmark::State& state) {
   }
   state.counters["items"] = static_cast<double>(crops().size());
 }
-BENCHMARK(recognizeTheClicksLine)->Unit(benchmark::kMillisecond)->MinTime(2);
+BENCHMARK(recognizeTheClicksLine)->Unit(benchmark::kMillisecond);
 
 void recognizeWholeCrops(benchmark::State& state) {
   constexpr float kScale = 3;
@@ -144,7 +144,7 @@ void recognizeWholeCrops(benchmark::State& state) {
   omp_set_max_active_levels(levels);
   state.counters["items"] = static_cast<double>(crops().size());
 }
-BENCHMARK(recognizeWholeCrops)->Unit(benchmark::kMillisecond)->MinTime(2);
+BENCHMARK(recognizeWholeCrops)->Unit(benchmark::kMillisecond);
 
 double residentMegabytes() {
   std::ifstream file("/proc/self/statm");

@@ -14,32 +14,34 @@ constexpr int kSurfaceTolerance = 8;
 /// A pixel beside a surface belongs to it when its colour is as near as this.
 constexpr int kGrowTolerance = 12;
 
-/// The lowest and the highest value of each channel.
-struct Range {
-  Colour low = {255, 255, 255};
-  Colour high = {0, 0, 0};
-
-  void add(const Range& other) {
-    low = {std::min(low.blue, other.low.blue), std::min(low.green, other.low.green), std::min(low.red, other.low.red)};
-    high = {std::max(high.blue, other.high.blue), std::max(high.green, other.high.green),
-            std::max(high.red, other.high.red)};
+/// Replaces each byte by the lowest, or the highest, of it and those at the given distances behind it, as many as a
+/// square has pixels on a side.
+template <class Choose>
+void chooseAhead(std::vector<std::uint8_t>& bytes, std::size_t distance, Choose choose) {
+  for (std::size_t i = 0; i + (kSurfaceSide - 1) * distance < bytes.size(); ++i) {
+    std::uint8_t chosen = bytes[i];
+    for (std::size_t ahead = 1; ahead < kSurfaceSide; ++ahead) chosen = choose(chosen, bytes[i + ahead * distance]);
+    bytes[i] = chosen;
   }
-};
+}
 
 /// Marks every pixel of every square whose colours are alike.
 GrayPlane markSurfaces(const Plane<Colour>& picture) {
-  GrayPlane marks(picture.width, picture.height);
-  Plane<Range> rows(picture.width, picture.height);  // of the pixels to the right of each, as many as a square is wide
-  for (int y = 0; y < picture.height; ++y) {
-    for (int x = 0; x + kSurfaceSide <= picture.width; ++x) {
-      for (int i = 0; i < kSurfaceSide; ++i) rows.at(x, y).add({picture.at(x + i, y), picture.at(x + i, y)});
-    }
+  static_assert(sizeof(Colour) == 3);
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(picture.pixels.data());
+  std::vector<std::uint8_t> low(bytes, bytes + sizeof(Colour) * picture.pixels.size());
+  std::vector<std::uint8_t> high = low;
+  for (const std::size_t distance : {sizeof(Colour), sizeof(Colour) * static_cast<std::size_t>(picture.width)}) {
+    chooseAhead(low, distance, [](std::uint8_t a, std::uint8_t b) { return std::min(a, b); });
+    chooseAhead(high, distance, [](std::uint8_t a, std::uint8_t b) { return std::max(a, b); });
   }
+  GrayPlane marks(picture.width, picture.height);
   for (int y = 0; y + kSurfaceSide <= picture.height; ++y) {
     for (int x = 0; x + kSurfaceSide <= picture.width; ++x) {
-      Range square = rows.at(x, y);
-      for (int i = 1; i < kSurfaceSide; ++i) square.add(rows.at(x, y + i));
-      if (colourDistance(square.low, square.high) > kSurfaceTolerance) continue;
+      const std::size_t at = sizeof(Colour) * (static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.width) +
+                                               static_cast<std::size_t>(x));
+      const int difference = std::max({high[at] - low[at], high[at + 1] - low[at + 1], high[at + 2] - low[at + 2]});
+      if (difference > kSurfaceTolerance) continue;
       for (int i = 0; i < kSurfaceSide; ++i) std::fill_n(&marks.at(x, y + i), kSurfaceSide, std::uint8_t{1});
     }
   }
@@ -61,11 +63,7 @@ class BackgroundFinder {
       : picture_(picture), background_(picture), known_(markSurfaces(picture)) {}
 
   Plane<Colour> find() {
-    std::vector<int> border;
-    border.reserve(known_.pixels.size());
-    for (int i = 0; i < static_cast<int>(known_.pixels.size()); ++i) {
-      if (known_.pixels[i]) border.push_back(i);
-    }
+    std::vector<int> border = findBorder();
     spread(border, kGrowTolerance);
     claimEdges();
     spread(border, 255);
@@ -73,6 +71,21 @@ class BackgroundFinder {
   }
 
  private:
+  /// The pixels of surfaces beside those that may lie on one.
+  [[nodiscard]] std::vector<int> findBorder() const {
+    std::vector<int> border;
+    for (int y = 0; y < known_.height; ++y) {
+      const std::uint8_t* row = known_.row(y);
+      const std::uint8_t* above = known_.row(std::max(y - 1, 0));
+      const std::uint8_t* below = known_.row(std::min(y + 1, known_.height - 1));
+      for (int x = 0; x < known_.width; ++x) {
+        const bool inside = above[x] && below[x] && row[std::max(x - 1, 0)] && row[std::min(x + 1, known_.width - 1)];
+        if (row[x] && !inside) border.push_back(y * known_.width + x);
+      }
+    }
+    return border;
+  }
+
   /// Spreads from the pixels of `border` over neighbours whose colour is near enough, and adds these to it.
   void spread(std::vector<int>& border, int tolerance) {
     const int width = picture_.width;
