@@ -8,6 +8,7 @@ namespace zqlogging::testing {
 namespace {
 
 using ::testing::Contains;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class OcrTest : public Recorded {
@@ -51,6 +52,15 @@ TEST_F(OcrTest, AClickOnTextThatIsOnlyDrawnIsRecordedWithIt) {
   EXPECT_THAT(texts, Contains("Merge down (here)"));
   EXPECT_TRUE(eventually([&] { return recordFile().find("Merge down)") != std::string::npos; }))
       << "the path in the record";
+}
+
+TEST_F(OcrTest, WithoutLanguageDataItIsSaidAndClicksAreRecorded) {
+  openCanvas();
+  setenv("TESSDATA_PREFIX", "/nowhere", 1);
+  const auto recorder = record({"--ocr"});
+  unsetenv("TESSDATA_PREFIX");
+  EXPECT_THAT(contentOf(traceFile()), HasSubstr("text is not recognized"));
+  EXPECT_THAT(clickAt(*recorder, {60, 68}), IsEmpty());
 }
 
 TEST_F(OcrTest, TheScreenIsNotLookedAtUnlessThatIsWanted) {

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
+#include <cstdint>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -91,6 +92,17 @@ void sayWhereTheTraceIs() {
   }
 }
 
+/// Text that cannot be recognized costs no click, but who has asked for it wants to know.
+void sayWhetherTextIsRecognized(zqlogging::port::Platform& desktop) {
+  const std::uint32_t pixel = 0;
+  try {
+    static_cast<void>(zqlogging::TextRecognizer(desktop).recognize(
+        {{std::shared_ptr<void>(), reinterpret_cast<const std::uint8_t*>(&pixel)}, 1, 1, sizeof pixel}));
+  } catch (const std::runtime_error& error) {
+    std::cerr << "zqlog: text is not recognized: " << error.what() << '\n';
+  }
+}
+
 int record(const Options& options) {
   watchEndSignals();
   InputForwarder forwarder;
@@ -106,6 +118,7 @@ int record(const Options& options) {
 
   std::optional<ScreenGrabber> grabber;
   if (options.ocr) {
+    sayWhetherTextIsRecognized(*desktop);
     grabber.emplace();
     service->setOcrEnabled(true);
     service->setFrameForOcr(grabber->grab(1));  // loads the engine before the first click needs it
