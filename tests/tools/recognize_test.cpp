@@ -97,7 +97,12 @@ TEST_F(RecognizeTest, TakesEachPicturesClickPointFromAList) {
 }
 
 TEST_F(RecognizeTest, APictureThatCannotBeReadIsNamedAndTheOthersGoOn) {
-  EXPECT_EQ(recognize("broken.png missing.png dialog.png"), 1);
+  // A header alone, of a picture of 300,000 × 300,000 pixels.
+  const char enormous[] =
+      "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\4\x93\xe0\0\4\x93\xe0\10\2\0\0\0\x8c\xd6\x33\xc7\0\0\0\0IDAT\x35\xaf\x06\x1e";
+  write("enormous.png", {enormous, sizeof enormous - 1});
+  EXPECT_EQ(recognize("broken.png enormous.png missing.png dialog.png"), 1);
+  EXPECT_THAT(errors, HasSubstr("enormous.png: cannot be read: it has more than 100 million pixels"));
   EXPECT_THAT(errors, HasSubstr("broken.png"));
   EXPECT_THAT(errors, HasSubstr("missing.png"));
   ASSERT_EQ(lines.size(), 1U);

@@ -9,6 +9,9 @@
 
 namespace {
 
+/// Larger than any screen; a small file can claim to hold more than there is memory.
+constexpr std::size_t kMostPixels = 100'000'000;
+
 /// libpng's simplified interface, whose memory must be given back whatever happens.
 struct Png : png_image {
   Png() : png_image{} { version = PNG_IMAGE_VERSION; }
@@ -28,6 +31,7 @@ zqlogging::PixelBuffer readPicture(const std::string& path) {
   if (!png_image_begin_read_from_file(&png, path.c_str())) throw fault(path, "read", png.message);
   png.format = PNG_FORMAT_BGR;
   const auto pixelCount = static_cast<std::size_t>(png.width) * png.height;
+  if (pixelCount > kMostPixels) throw fault(path, "read", "it has more than 100 million pixels");
   std::vector<std::uint8_t> colours(pixelCount * 3);
   const png_color white = {255, 255, 255};
   if (!png_image_finish_read(&png, &white, colours.data(), 0, nullptr)) throw fault(path, "read", png.message);
