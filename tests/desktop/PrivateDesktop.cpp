@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
 
 extern char** environ;
@@ -186,19 +187,20 @@ std::size_t matchRules() {
   sd_bus* bus = connectTo(Bus::accessibility);
   sd_bus_message* reply = nullptr;
   std::size_t count = 0;
-  if (bus && sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                "org.freedesktop.DBus.Debug.Stats", "GetAllMatchRules", nullptr, &reply, "") >= 0) {
-    const char* text = nullptr;
-    sd_bus_message_enter_container(reply, 'a', "{sas}");
-    while (sd_bus_message_enter_container(reply, 'e', "sas") > 0) {
-      sd_bus_message_read(reply, "s", &text);
-      sd_bus_message_enter_container(reply, 'a', "s");
-      while (sd_bus_message_read(reply, "s", &text) > 0) ++count;
-      sd_bus_message_exit_container(reply);
-      sd_bus_message_exit_container(reply);
-    }
-    sd_bus_message_unref(reply);
+  if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.Debug.Stats",
+                         "GetAllMatchRules", nullptr, &reply, "") < 0) {
+    throw std::runtime_error("the accessibility bus does not tell its match rules");
   }
+  const char* text = nullptr;
+  sd_bus_message_enter_container(reply, 'a', "{sas}");
+  while (sd_bus_message_enter_container(reply, 'e', "sas") > 0) {
+    sd_bus_message_read(reply, "s", &text);
+    sd_bus_message_enter_container(reply, 'a', "s");
+    while (sd_bus_message_read(reply, "s", &text) > 0) ++count;
+    sd_bus_message_exit_container(reply);
+    sd_bus_message_exit_container(reply);
+  }
+  sd_bus_message_unref(reply);
   sd_bus_close_unref(bus);
   return count;
 }

@@ -46,13 +46,13 @@ void AtspiApplications::setLastAnswer(const AtspiObject& object, Fact fact, cons
   auto& answers = knownLocked(object).lastAnswers;
   constexpr std::size_t most = 1000;
   if (answers.size() >= most) answers.clear();
-  auto& kept = answers[{fact, object.path}];
+  const std::pair key{fact, object.path};
   if (const auto* one = answer.as<AtspiObject>()) {
-    kept = {*one};
+    answers[key] = {*one};
   } else if (const auto* several = answer.as<std::vector<AtspiObject>>()) {
-    kept = *several;
+    answers[key] = *several;
   } else {
-    answers.erase({fact, object.path});
+    answers.erase(key);
   }
 }
 
