@@ -27,7 +27,7 @@
 #include "desktop/PrivateDesktop.h"
 #include "elements/ZQAccessibilityElement.h"
 #include "events/ZQLogEventType.h"
-#include "platform/linux/AtspiStatistics.h"
+#include "linux/atspi/AtspiStatistics.h"
 #include "service/ServiceState.h"
 
 namespace zqlogging::bench {

@@ -17,9 +17,9 @@
 #include <vector>
 
 #include "Ratios.h"
-#include "platform/linux/LinuxTextRecognition.h"
-#include "platform/linux/ocr/LineReading.h"
-#include "platform/linux/ocr/TesseractEngine.h"
+#include "linux/LinuxTextRecognition.h"
+#include "ocr/LineReading.h"
+#include "ocr/TesseractEngine.h"
 #include "support/TextPicture.h"
 
 namespace zqlogging::bench {

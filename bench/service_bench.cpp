@@ -13,7 +13,7 @@
 #include "events/EventCoding.h"
 #include "events/ZQLogEventReducer.h"
 #include "events/ZQUILogMouseEvent.h"
-#include "platform/scripted/ScriptedPlatform.h"
+#include "scripted/ScriptedPlatform.h"
 #include "scenario/Settle.h"
 #include "service/EventLog.h"
 #include "service/ServiceInspector.h"

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/scripted/ScriptedPlatform.h"
+#include "scripted/ScriptedPlatform.h"
 #include "scenario/Settle.h"
 #include "service/ServiceInspector.h"
 #include "zqlogging/ZQLoggingervice.h"

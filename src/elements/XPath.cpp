@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "blacklist/URLFinder.h"
+#include "elements/URLFinder.h"
 #include "elements/IteratedElementData.h"
 #include "elements/ZQAccessibilityElement.h"
 #include "events/ZQLogEventType.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "events/JsonObject.h"
+#include "json/JsonObject.h"
 #include "events/ZQLogEventProtocol.h"
 
 namespace zqlogging {

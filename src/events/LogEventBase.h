@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "events/JsonFields.h"
+#include "json/JsonFields.h"
 #include "events/ZQLogEventProtocol.h"
 
 namespace zqlogging {

@@ -6,7 +6,7 @@
 #include "accessibility/AXError.h"
 #include "elements/ZQAccessibilityElement.h"
 #include "platform/Platform.h"
-#include "scenario/JsonValue.h"
+#include "json/JsonValue.h"
 #include "zqlogging/Desktop.h"
 
 namespace zqlogging {

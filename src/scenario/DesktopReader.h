@@ -4,8 +4,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/scripted/ScriptedPlatform.h"
-#include "scenario/JsonCursor.h"
+#include "scripted/ScriptedPlatform.h"
+#include "json/JsonCursor.h"
 
 namespace zqlogging {
 

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <string>
 
-#include "scenario/JsonValue.h"
+#include "json/JsonValue.h"
 
 namespace zqlogging {
 

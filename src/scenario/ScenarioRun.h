@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/scripted/ScriptedPlatform.h"
+#include "scripted/ScriptedPlatform.h"
 #include "scenario/ScenarioDelegate.h"
 #include "scenario/ScenarioOutput.h"
 #include "zqlogging/ZQLoggingervice.h"

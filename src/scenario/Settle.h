@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "platform/scripted/ScriptedPlatform.h"
+#include "scripted/ScriptedPlatform.h"
 #include "service/ServiceInspector.h"
 
 namespace zqlogging {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "scenario/JsonCursor.h"
+#include "json/JsonCursor.h"
 #include "scenario/ScenarioRun.h"
 
 namespace zqlogging {

@@ -3,7 +3,7 @@
 
 #include "diagnostics/DeveloperTiers.h"
 #include "events/EventCoding.h"
-#include "events/JsonObject.h"
+#include "json/JsonObject.h"
 #include "events/ZQLogEventReducer.h"
 #include "service/ServiceState.h"
 #include "text/Text.h"

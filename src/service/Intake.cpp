@@ -4,7 +4,7 @@
 #include "accessibility/AXError.h"
 #include "accessibility/SystemWideElement.h"
 #include "diagnostics/DeveloperTiers.h"
-#include "elements/Geometry.h"
+#include "geometry/Geometry.h"
 #include "events/ZQLogEventType.h"
 #include "events/ZQUILogKeyboardEvent.h"
 #include "events/ZQUILogMouseEvent.h"

@@ -1,6 +1,6 @@
 #include "accessibility/AXError.h"
 #include "diagnostics/DeveloperTiers.h"
-#include "elements/Geometry.h"
+#include "geometry/Geometry.h"
 #include "events/ZQUILogFocusEvent.h"
 #include "service/ServiceState.h"
 

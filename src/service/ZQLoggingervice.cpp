@@ -7,7 +7,7 @@
 #include "accessibility/AXError.h"
 #include "accessibility/SystemWideElement.h"
 #include "diagnostics/DeveloperTiers.h"
-#include "events/JsonObject.h"
+#include "json/JsonObject.h"
 #include "service/ServiceState.h"
 #include "text/Text.h"
 

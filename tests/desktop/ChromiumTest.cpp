@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "PrivateDesktop.h"
-#include "platform/linux/AtspiStatistics.h"
+#include "linux/atspi/AtspiStatistics.h"
 
 namespace zqlogging::testing {
 namespace {

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "PrivateDesktop.h"
-#include "platform/linux/AtspiElement.h"
-#include "platform/linux/AtspiStatistics.h"
+#include "linux/accessibility/AtspiElement.h"
+#include "linux/atspi/AtspiStatistics.h"
 
 namespace zqlogging::testing {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/LinuxPlatform.h"
+#include "linux/LinuxPlatform.h"
 
 namespace zqlogging::testing {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "PrivateDesktop.h"
-#include "platform/linux/AtspiStatistics.h"
+#include "linux/atspi/AtspiStatistics.h"
 
 namespace zqlogging::testing {
 namespace {

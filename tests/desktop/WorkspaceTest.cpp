@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "PrivateDesktop.h"
-#include "elements/Geometry.h"
+#include "geometry/Geometry.h"
 #include "zqlogging/Desktop.h"
 
 namespace zqlogging::testing {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/scripted/ScriptedPlatform.h"
+#include "scripted/ScriptedPlatform.h"
 #include "scenario/Settle.h"
 #include "service/ServiceInspector.h"
 #include "zqlogging/ZQLoggingervice.h"

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/ocr/Contrast.h"
+#include "ocr/Contrast.h"
 #include "zqlogging/Pixels.h"
 
 namespace zqlogging::test {

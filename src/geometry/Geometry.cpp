@@ -1,0 +1,54 @@
+#include "geometry/Geometry.h"
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace zqlogging {
+namespace {
+
+constexpr double kTwoTo63 = 9223372036854775808.0;
+
+bool isInRange(double value) { return value >= -kTwoTo63 && value < kTwoTo63; }  // false for not-a-number
+
+std::string wholeNumber(double value) {
+  using Limits = std::numeric_limits<std::int64_t>;
+  std::int64_t whole = 0;
+  if (isInRange(value)) {
+    whole = static_cast<std::int64_t>(value);
+  } else if (std::isfinite(value)) {
+    whole = value < 0 ? Limits::min() : Limits::max();
+  }
+  return std::to_string(whole);
+}
+
+}  // namespace
+
+CGPoint carbonScreenPoint(CGPoint point, port::Workspace& workspace) {
+  std::optional<CGRect> chosen;
+  for (const CGRect& screen : workspace.screens()) {
+    if (screen.contains(point)) {
+      chosen = screen;
+    }
+  }
+  if (!chosen) {
+    return {};
+  }
+  return {point.x, chosen->size.height - point.y - 1};
+}
+
+std::optional<CGPoint> wholePoint(CGPoint point) {
+  if (!isInRange(point.x) || !isInRange(point.y)) {
+    return std::nullopt;
+  }
+  // Adding 0 turns a negative zero into zero.
+  return CGPoint{std::trunc(point.x) + 0.0, std::trunc(point.y) + 0.0};
+}
+
+std::string toString(CGPoint point) { return wholeNumber(point.x) + ", " + wholeNumber(point.y); }
+
+std::string toString(CGRect rect) {
+  return toString(rect.origin) + ", " + wholeNumber(rect.size.width) + ", " + wholeNumber(rect.size.height);
+}
+
+}  // namespace zqlogging

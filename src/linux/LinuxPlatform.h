@@ -1,0 +1,38 @@
+#pragma once
+
+#include "linux/loop/GlibMainLoop.h"
+#include "linux/accessibility/LinuxAccessibility.h"
+#include "linux/system/LinuxClock.h"
+#include "linux/system/LinuxDefaults.h"
+#include "linux/system/LinuxLogs.h"
+#include "linux/session/LinuxWorkspace.h"
+
+namespace zqlogging {
+
+/// The real desktop. Connects to nothing until something is asked of it.
+class LinuxPlatform final : public port::Platform {
+ public:
+  LinuxPlatform();
+
+  port::Accessibility& accessibility() override { return accessibility_; }
+  port::Workspace& workspace() override { return workspace_; }
+  port::MainLoop& mainLoop() override { return mainLoop_; }
+  port::Defaults& defaults() override { return defaults_; }
+  port::Clock& clock() override { return clock_; }
+  port::LogSinks& logs() override { return logs_; }
+  std::unique_ptr<port::TextRecognition> createTextRecognition() override;
+  std::string cachesFolder() override;
+  std::optional<std::string> hostIdentifier() override;
+
+ private:
+  LinuxAccessibility accessibility_;
+  LinuxWorkspace workspace_;
+  GlibMainLoop mainLoop_;
+  LinuxDefaults defaults_;
+  LinuxClock clock_;
+  LinuxLogs logs_;
+  const std::optional<std::string> launchedEntry_;
+  const std::optional<std::string> executable_;
+};
+
+}  // namespace zqlogging

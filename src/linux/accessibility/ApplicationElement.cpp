@@ -1,0 +1,105 @@
+#include "linux/accessibility/ApplicationElement.h"
+
+#include <signal.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+
+#include "linux/accessibility/AtspiAttributes.h"
+#include "linux/accessibility/WindowElement.h"
+
+namespace zqlogging {
+
+using port::Array;
+using port::Result;
+using port::ResultCode;
+using port::Value;
+
+namespace {
+
+constexpr const char* strangersAttributes[] = {"AXRole",    "AXTitle",      "AXIdentifier",    "AXChildren",
+                                               "AXWindows", "AXMainWindow", "AXFocusedWindow", "AXFrontmost"};
+
+std::string executableName(std::int32_t pid) {
+  std::string name;
+  std::getline(std::ifstream("/proc/" + std::to_string(pid) + "/comm"), name);
+  return name;
+}
+
+}  // namespace
+
+bool processExists(std::int32_t pid) { return pid > 0 && (kill(pid, 0) == 0 || errno != ESRCH); }
+
+bool ApplicationElement::isEqual(const Element& other) const {
+  const auto* same = dynamic_cast<const ApplicationElement*>(&other);
+  return same && same->pid_ == pid_;
+}
+
+std::size_t ApplicationElement::hash() const { return std::hash<std::int32_t>()(pid_); }
+
+std::string ApplicationElement::textForm() const { return "<application " + std::to_string(pid_) + ">"; }
+
+Result<std::int32_t> ApplicationElement::getPid() const {
+  return pid_ >= 0 ? Result<std::int32_t>(pid_) : Result<std::int32_t>(ResultCode::invalidUIElement);
+}
+
+Result<std::vector<std::string>> ApplicationElement::copyAttributeNames() const {
+  return accessibility().withReader([&](AtspiReader& reader) -> Result<std::vector<std::string>> {
+    const auto roots = accessibility().rootsOf(pid_, reader, timeout());
+    if (!roots.empty()) return attributeNames({accessibility(), reader, roots.front(), timeout()});
+    if (!processExists(pid_)) return ResultCode::invalidUIElement;
+    return std::vector<std::string>(std::begin(strangersAttributes), std::end(strangersAttributes));
+  });
+}
+
+Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribute) const {
+  if (attribute == "AXIdentifier") {
+    if (!processExists(pid_)) return ResultCode::invalidUIElement;
+    const auto running = platform().workspace().runningApplication(pid_);
+    const bool hasName = running && running->bundleIdentifier && !running->bundleIdentifier->empty();
+    return hasName ? Result<Value>(Value(*running->bundleIdentifier)) : Result<Value>(ResultCode::noValue);
+  }
+  // Some toolkits describe an application by the path of its executable.
+  if (attribute == "AXDescription") return ResultCode::noValue;
+  return accessibility().withReader([&](AtspiReader& reader) -> Result<Value> {
+    const auto roots = accessibility().rootsOf(pid_, reader, timeout());
+    if (roots.empty()) return valueOfStranger(attribute);
+    const AtspiSubject subject{accessibility(), reader, roots.front(), timeout()};
+    Result<Value> value = attributeValue(subject, attribute);
+    const bool isNameless = attribute == "AXTitle" && value.code == ResultCode::noValue;
+    return isNameless ? valueOfStranger(attribute) : value;
+  });
+}
+
+/// What is known of an application that is not on the accessibility bus.
+Result<Value> ApplicationElement::valueOfStranger(const std::string& attribute) const {
+  if (!processExists(pid_)) return ResultCode::invalidUIElement;
+  if (attribute == "AXRole") return Value(std::string("AXApplication"));
+  const bool isKnown = std::find(std::begin(strangersAttributes), std::end(strangersAttributes), attribute) !=
+                       std::end(strangersAttributes);
+  if (!isKnown) return ResultCode::attributeUnsupported;
+
+  const auto active = accessibility().windows().activeWindow();
+  const bool isActive = active && active->pid == pid_;
+  if (attribute == "AXFrontmost") return Value(isActive);
+  std::vector<WindowStack::Window> own = accessibility().windows().windows();
+  std::erase_if(own, [&](const WindowStack::Window& window) { return window.pid != pid_ || window.overrideRedirect; });
+  if (attribute == "AXTitle") {
+    const std::string title =
+        own.empty() || own.front().className.empty() ? executableName(pid_) : own.front().className;
+    return title.empty() ? Result<Value>(ResultCode::noValue) : Result<Value>(Value(title));
+  }
+  const auto elementOf = [&](const WindowStack::Window& window) -> port::ElementRef {
+    return std::make_shared<WindowElement>(accessibility(), window);
+  };
+  if (attribute == "AXWindows" || attribute == "AXChildren") {
+    Array windows;
+    for (const WindowStack::Window& window : own) windows.emplace_back(elementOf(window));
+    return Value(std::move(windows));
+  }
+  if (isActive) return Value(elementOf(*active));
+  return own.empty() ? Result<Value>(ResultCode::noValue) : Result<Value>(Value(elementOf(own.front())));
+}
+
+}  // namespace zqlogging

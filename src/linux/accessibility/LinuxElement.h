@@ -1,0 +1,43 @@
+#pragma once
+
+#include <atomic>
+
+#include "platform/Accessibility.h"
+#include "linux/accessibility/LinuxAccessibility.h"
+
+namespace zqlogging {
+
+/// What the elements of this desktop share; whatever a kind of element doesn't have is answered here.
+class LinuxElement : public port::Element {
+ public:
+  explicit LinuxElement(LinuxAccessibility& accessibility) : accessibility_(accessibility) {}
+
+  [[nodiscard]] port::Platform& platform() const override { return accessibility_.platform(); }
+
+  [[nodiscard]] port::Result<std::vector<std::string>> copyParameterizedAttributeNames() const override;
+  [[nodiscard]] port::Result<std::vector<std::string>> copyActionNames() const override;
+  [[nodiscard]] port::Result<port::Array> copyAttributeValues(const std::string& attribute, std::int64_t index,
+                                                              std::int64_t maxValues) const override;
+  [[nodiscard]] port::Result<std::int64_t> getAttributeValueCount(const std::string& attribute) const override;
+  [[nodiscard]] port::Result<bool> isAttributeSettable(const std::string& attribute) const override;
+  port::ResultCode setAttributeValue(const std::string& attribute, const port::Value& value) const override;
+  [[nodiscard]] port::Result<std::vector<port::Value>> copyMultipleAttributeValues(
+      const std::vector<std::string>& attributes) const override;
+  [[nodiscard]] port::Result<port::Value> copyParameterizedAttributeValue(const std::string& attribute,
+                                                                          const port::Value& parameter) const override;
+  [[nodiscard]] port::Result<std::string> copyActionDescription(const std::string& action) const override;
+  port::ResultCode performAction(const std::string& action) const override;
+  port::ResultCode setMessagingTimeout(float seconds) const override;
+  [[nodiscard]] port::Result<port::ElementRef> copyElementAtPosition(float x, float y) const override;
+
+ protected:
+  [[nodiscard]] LinuxAccessibility& accessibility() const { return accessibility_; }
+  /// Seconds to wait for an answer.
+  [[nodiscard]] double timeout() const;
+
+ private:
+  LinuxAccessibility& accessibility_;
+  mutable std::atomic<float> timeout_ = 0;
+};
+
+}  // namespace zqlogging

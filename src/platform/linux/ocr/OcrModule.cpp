@@ -1,8 +1,0 @@
-#include "platform/linux/ocr/OcrModule.h"
-
-#include "platform/linux/ocr/TesseractTextRecognition.h"
-#include "zqlogging/Export.h"
-
-extern "C" ZQ_EXPORT zqlogging::port::TextRecognition* zqloggingCreateTextRecognition(int version) {
-  return version == zqlogging::ocr::kModuleVersion ? new zqlogging::ocr::TesseractTextRecognition : nullptr;
-}

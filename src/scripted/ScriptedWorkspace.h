@@ -1,0 +1,37 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "platform/Workspace.h"
+#include "scripted/ScriptedDesktop.h"
+
+namespace zqlogging::port {
+
+/// The workspace of a scripted desktop: what runs on it, and notifications when they are posted.
+class ScriptedWorkspace final : public Workspace {
+ public:
+  explicit ScriptedWorkspace(const ScriptedDesktop& desktop) : desktop_(desktop) {}
+
+  /// Calls the handlers of that name on this thread, in the order of their subscription.
+  void post(const Notification& notification);
+
+  std::vector<RunningApplication> runningApplications() override { return desktop_.runningApplications(); }
+  std::optional<RunningApplication> runningApplication(std::int32_t pid) override { return desktop_.application(pid); }
+  std::vector<CGRect> screens() override { return desktop_.screens(); }
+  std::unique_ptr<Subscription> subscribe(NotificationName name,
+                                          std::function<void(const Notification&)> handler) override;
+
+ private:
+  using Handler = std::function<void(const Notification&)>;
+
+  const ScriptedDesktop& desktop_;
+  std::mutex mutex_;
+  std::vector<std::pair<NotificationName, std::weak_ptr<const Handler>>> handlers_;
+};
+
+}  // namespace zqlogging::port
