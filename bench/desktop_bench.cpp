@@ -28,7 +28,7 @@
 #include "elements/ZQAccessibilityElement.h"
 #include "events/ZQLogEventType.h"
 #include "linux/atspi/AtspiStatistics.h"
-#include "service/ServiceState.h"
+#include "service/ServiceImpl.h"
 
 namespace zqlogging::bench {
 namespace {

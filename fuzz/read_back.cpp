@@ -7,8 +7,8 @@
 #include <memory>
 #include <string>
 
-#include "scripted/ScriptedPlatform.h"
 #include "scenario/Settle.h"
+#include "scripted/ScriptedPlatform.h"
 #include "service/ServiceInspector.h"
 #include "zqlogging/ZQLoggingervice.h"
 

@@ -1,11 +1,11 @@
 // Whatever a scenario's text is, it is played or refused with an error that says where it is at fault.
 
+#include "zqlogging/Scenario.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
-
-#include "zqlogging/Scenario.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   try {

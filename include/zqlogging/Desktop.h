@@ -33,8 +33,8 @@ ZQ_EXPORT CGPoint pointFromTopLeft(port::Platform& desktop, CGPoint topLeft);
 
 /// What the service would record of one element. Texts are empty where the application gives none.
 struct ElementDescription {
-  std::string fullPath;     ///< from the application down to the element
-  std::string url;          ///< address of the page that holds the element
+  std::string fullPath;  ///< from the application down to the element
+  std::string url;       ///< address of the page that holds the element
   std::string name;
   std::string controlType;  ///< the role without its leading "AX"
   std::string value;

@@ -17,7 +17,7 @@ namespace zqlogging {
 
 class Application;
 class JsonObject;
-struct ServiceState;
+struct ServiceImpl;
 namespace port {
 class Platform;
 class Timer;
@@ -143,8 +143,8 @@ class ZQ_EXPORT ZQLoggingervice : public std::enable_shared_from_this<ZQLogginge
 
  private:
   friend class ServiceInspector;
-  friend struct ServiceState;
-  std::unique_ptr<ServiceState> state_;
+  friend struct ServiceImpl;
+  std::unique_ptr<ServiceImpl> impl_;
 };
 
 /// Whether this process may use this system's accessibility service; with `prompt` the desktop may ask the user.

@@ -14,7 +14,9 @@ template <class Wanted>
 std::vector<std::shared_ptr<Application>> runningApplications(port::Platform& platform, Wanted wanted) {
   std::vector<std::shared_ptr<Application>> result;
   for (const port::RunningApplication& running : platform.workspace().runningApplications()) {
-    if (!wanted(running)) continue;
+    if (!wanted(running)) {
+      continue;
+    }
     if (auto application = Application::fromRunningApplication(platform, running)) {
       result.push_back(std::move(application));
     }
@@ -44,7 +46,9 @@ std::shared_ptr<Application> Application::forProcessID(port::Platform& platform,
 
 std::shared_ptr<Application> Application::fromRunningApplication(port::Platform& platform,
                                                                  const port::RunningApplication& application) {
-  if (application.terminated || application.pid < 0) return nullptr;
+  if (application.terminated || application.pid < 0) {
+    return nullptr;
+  }
   return std::make_shared<Application>(platform.accessibility().createApplicationElement(application.pid));
 }
 

@@ -10,7 +10,9 @@ namespace zqlogging {
 namespace {
 
 void throwUnless(port::ResultCode code, port::ResultCode alsoFine) {
-  if (code != port::ResultCode::success && code != alsoFine) throw AXError(code);
+  if (code != port::ResultCode::success && code != alsoFine) {
+    throw AXError(code);
+  }
 }
 
 }  // namespace
@@ -31,15 +33,21 @@ Observer::Observer(port::Platform& platform, std::int32_t pid, Callback callback
     : platform_(platform), pid_(pid), callback_(std::move(callback)), callbackWithInfo_(std::move(callbackWithInfo)) {}
 
 void Observer::createAXObserver(Handler handler) {
-  if (pid_ < 0) throw AXError(port::ResultCode::illegalArgument);
+  if (pid_ < 0) {
+    throw AXError(port::ResultCode::illegalArgument);
+  }
   auto created = platform_.accessibility().createObserver(
       pid_, [weak = weak_from_this(), handler](const port::ElementRef& element, const std::string& name,
                                                const port::Dictionary& info) {
         // Held during the call, so that the callback may drop the observer.
         const auto observer = weak.lock();
-        if (observer && element) ((*observer).*handler)(element, name, info);
+        if (observer && element) {
+          ((*observer).*handler)(element, name, info);
+        }
       });
-  if (!created) throw AXError(created.code);
+  if (!created) {
+    throw AXError(created.code);
+  }
   axObserver_ = std::move(created.value);
   start();
 }
@@ -61,7 +69,9 @@ const std::shared_ptr<Application>& Observer::application() {
 void Observer::start() { axObserver_->hookIntoCurrentLoop(); }
 
 void Observer::stop() {
-  if (axObserver_) axObserver_->unhookFromCurrentLoop();
+  if (axObserver_) {
+    axObserver_->unhookFromCurrentLoop();
+  }
 }
 
 void Observer::addNotification(AXNotification notification, const UIElement& forElement) {
@@ -85,7 +95,9 @@ void Observer::internalCallback(const port::ElementRef& element, const std::stri
 void Observer::internalInfoCallback(const port::ElementRef& element, const std::string& name,
                                     const port::Dictionary& info) {
   const auto notification = axNotificationFromRawValue(name);
-  if (notification) callbackWithInfo_(*this, std::make_shared<UIElement>(element), *notification, info);
+  if (notification) {
+    callbackWithInfo_(*this, std::make_shared<UIElement>(element), *notification, info);
+  }
 }
 
 }  // namespace zqlogging

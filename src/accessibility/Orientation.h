@@ -11,7 +11,9 @@ constexpr std::int64_t rawValue(Orientation value) { return static_cast<std::int
 
 /// The case with exactly this raw value, or nothing.
 constexpr std::optional<Orientation> orientationFromRawValue(std::int64_t rawValue) {
-  if (rawValue < 0 || rawValue > 2) return std::nullopt;
+  if (rawValue < 0 || rawValue > 2) {
+    return std::nullopt;
+  }
   return static_cast<Orientation>(rawValue);
 }
 

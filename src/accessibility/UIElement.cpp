@@ -20,13 +20,19 @@ std::string name(Action action) { return std::string(rawValue(action)); }
 /// The value; absent on one of the given codes; any other failure is thrown.
 template <class T>
 std::optional<T> valueUnless(port::Result<T> result, std::initializer_list<ResultCode> absentOn) {
-  if (result) return std::move(result.value);
-  if (std::find(absentOn.begin(), absentOn.end(), result.code) == absentOn.end()) throw AXError(result.code);
+  if (result) {
+    return std::move(result.value);
+  }
+  if (std::find(absentOn.begin(), absentOn.end(), result.code) == absentOn.end()) {
+    throw AXError(result.code);
+  }
   return std::nullopt;
 }
 
 void throwUnlessSuccess(ResultCode code) {
-  if (code != ResultCode::success) throw AXError(code);
+  if (code != ResultCode::success) {
+    throw AXError(code);
+  }
 }
 
 std::vector<std::string> namesOf(port::Result<std::vector<std::string>> result) {
@@ -38,7 +44,9 @@ template <class Case>
 std::vector<Case> known(const std::vector<std::string>& names, std::optional<Case> (*fromRawValue)(std::string_view)) {
   std::vector<Case> result;
   for (const std::string& each : names) {
-    if (const auto value = fromRawValue(each)) result.push_back(*value);
+    if (const auto value = fromRawValue(each)) {
+      result.push_back(*value);
+    }
   }
   return result;
 }
@@ -46,7 +54,9 @@ std::vector<Case> known(const std::vector<std::string>& names, std::optional<Cas
 std::vector<UnpackedValue> unpackEach(port::Array values) {
   std::vector<UnpackedValue> result;
   result.reserve(values.size());
-  for (port::Value& value : values) result.push_back(unpackAXValue(std::move(value)));
+  for (port::Value& value : values) {
+    result.push_back(unpackAXValue(std::move(value)));
+  }
   return result;
 }
 
@@ -61,9 +71,13 @@ std::unordered_map<std::string, UnpackedValue> packMultiAttrValues(const std::ve
   std::unordered_map<std::string, UnpackedValue> result;
   for (std::size_t i = 0; i < std::min(names.size(), answers.size()); ++i) {
     port::Value& answer = answers[i];
-    if (std::holds_alternative<port::Null>(answer)) continue;
+    if (std::holds_alternative<port::Null>(answer)) {
+      continue;
+    }
     if (const auto* code = std::get_if<ResultCode>(&answer)) {
-      if (*code == ResultCode::attributeUnsupported || *code == ResultCode::noValue) continue;
+      if (*code == ResultCode::attributeUnsupported || *code == ResultCode::noValue) {
+        continue;
+      }
       throw AXError(*code);
     }
     result.insert_or_assign(names[i], unpackAXValue(std::move(answer)));
@@ -74,7 +88,9 @@ std::unordered_map<std::string, UnpackedValue> packMultiAttrValues(const std::ve
 }  // namespace
 
 UIElement::UIElement(port::ElementRef element) : element_(std::move(element)) {
-  if (!element_) throw AXError(ResultCode::illegalArgument);
+  if (!element_) {
+    throw AXError(ResultCode::illegalArgument);
+  }
 }
 
 bool UIElement::isProcessTrusted(port::Platform& platform, bool withPrompt) {
@@ -105,8 +121,12 @@ bool UIElement::attributeIsSupported(Attribute attribute) const { return attribu
 
 bool UIElement::attributeIsSupported(const std::string& attribute) const {
   const ResultCode code = element_->copyAttributeValues(attribute, 0, 0).code;
-  if (code == ResultCode::attributeUnsupported) return false;
-  if (code != ResultCode::noValue) throwUnlessSuccess(code);
+  if (code == ResultCode::attributeUnsupported) {
+    return false;
+  }
+  if (code != ResultCode::noValue) {
+    throwUnlessSuccess(code);
+  }
   return true;
 }
 
@@ -124,7 +144,9 @@ std::optional<UnpackedValue> UIElement::attributeValue(Attribute attribute) cons
 std::optional<UnpackedValue> UIElement::attributeValue(const std::string& attribute) const {
   auto value =
       valueUnless(element_->copyAttributeValue(attribute), {ResultCode::noValue, ResultCode::attributeUnsupported});
-  if (!value) return std::nullopt;
+  if (!value) {
+    return std::nullopt;
+  }
   return unpackAXValue(std::move(*value));
 }
 
@@ -138,11 +160,15 @@ std::unordered_map<Attribute, UnpackedValue> UIElement::getMultipleAttributes(
     const std::vector<Attribute>& attributes) const {
   std::vector<std::string> names;
   names.reserve(attributes.size());
-  for (const Attribute attribute : attributes) names.push_back(name(attribute));
+  for (const Attribute attribute : attributes) {
+    names.push_back(name(attribute));
+  }
 
   std::unordered_map<Attribute, UnpackedValue> result;
   for (auto& [rawName, value] : getMultipleAttributes(names)) {
-    if (const auto attribute = attributeFromRawValue(rawName)) result.emplace(*attribute, std::move(value));
+    if (const auto attribute = attributeFromRawValue(rawName)) {
+      result.emplace(*attribute, std::move(value));
+    }
   }
   return result;
 }
@@ -158,7 +184,9 @@ std::optional<std::vector<UnpackedValue>> UIElement::arrayAttributeValues(Attrib
 
 std::optional<std::vector<UnpackedValue>> UIElement::arrayAttributeValues(const std::string& attribute) const {
   auto array = this->attribute<port::Array>(attribute);
-  if (!array) return std::nullopt;
+  if (!array) {
+    return std::nullopt;
+  }
   return unpackEach(std::move(*array));
 }
 
@@ -172,7 +200,9 @@ std::optional<std::vector<UnpackedValue>> UIElement::attributeValues(const std::
                                                                      std::int64_t maxValues) const {
   auto values = valueUnless(element_->copyAttributeValues(attribute, startAtIndex, maxValues),
                             {ResultCode::noValue, ResultCode::attributeUnsupported});
-  if (!values) return std::nullopt;
+  if (!values) {
+    return std::nullopt;
+  }
   return unpackEach(std::move(*values));
 }
 
@@ -202,7 +232,9 @@ std::optional<UnpackedValue> UIElement::parameterizedAttributeValue(const std::s
                                                                     const UnpackedValue& param) const {
   auto value = valueUnless(element_->copyParameterizedAttributeValue(attribute, packAXValue(param)),
                            {ResultCode::noValue, ResultCode::attributeUnsupported});
-  if (!value) return std::nullopt;
+  if (!value) {
+    return std::nullopt;
+  }
   return unpackAXValue(std::move(*value));
 }
 
@@ -271,7 +303,9 @@ std::string UIElement::description() const {
   std::string roleText = "UIElementNoRole";
   try {
     knownRole = role();
-    if (knownRole) roleText = rawValue(*knownRole);
+    if (knownRole) {
+      roleText = rawValue(*knownRole);
+    }
   } catch (const AXError& error) {
     roleText = error.code() == ResultCode::invalidUIElement ? "InvalidUIElement" : "UnknownUIElement";
   }
@@ -296,7 +330,9 @@ std::string UIElement::label(std::optional<Role> role, std::int32_t pid) const {
 std::string UIElement::inspect() const {
   std::string text = "[";
   for (const auto& [attribute, value] : getMultipleAttributes(attributes())) {
-    if (text.size() > 1) text += ", ";
+    if (text.size() > 1) {
+      text += ", ";
+    }
     text += name(attribute) + ": " + describe(value);
   }
   return text + "]";

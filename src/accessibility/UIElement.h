@@ -175,16 +175,22 @@ class UIElement {
  private:
   template <class T>
   static std::optional<T> typed(std::optional<UnpackedValue> value) {
-    if (!value) return std::nullopt;
+    if (!value) {
+      return std::nullopt;
+    }
     return std::move(*value).template as<T>();
   }
 
   template <class T>
   static std::optional<std::vector<T>> typedList(std::optional<std::vector<UnpackedValue>> values) {
-    if (!values) return std::nullopt;
+    if (!values) {
+      return std::nullopt;
+    }
     std::vector<T> result;
     result.reserve(values->size());
-    for (UnpackedValue& value : *values) result.push_back(std::move(value).as<T>());
+    for (UnpackedValue& value : *values) {
+      result.push_back(std::move(value).as<T>());
+    }
     return result;
   }
 

@@ -29,7 +29,9 @@ UnpackedValue unpackAXValue(port::Value value) {
 port::Value packAXValue(const UnpackedValue& value) {
   return std::visit(Overloaded{
                         [](const std::shared_ptr<UIElement>& element) -> port::Value {
-                          if (!element) throw AXError(port::ResultCode::illegalArgument);
+                          if (!element) {
+                            throw AXError(port::ResultCode::illegalArgument);
+                          }
                           return element->element();
                         },
                         [](const AXError&) -> port::Value { throw AXError(port::ResultCode::illegalArgument); },

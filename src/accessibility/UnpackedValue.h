@@ -29,7 +29,9 @@ class UnpackedValue : public std::variant<port::Null, bool, std::int64_t, double
       return std::move(*this);
     } else {
       T* const held = std::get_if<T>(this);
-      if (held == nullptr) throw AXError(port::ResultCode::illegalArgument);
+      if (held == nullptr) {
+        throw AXError(port::ResultCode::illegalArgument);
+      }
       return std::move(*held);
     }
   }

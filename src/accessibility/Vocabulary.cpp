@@ -32,9 +32,13 @@ consteval RawValue named(std::string_view rawValue) {
 
 consteval RawValue derived(std::string_view caseName) {
   RawValue result = named("AX");
-  for (const char c : caseName) result.text[result.length++] = c;
+  for (const char c : caseName) {
+    result.text[result.length++] = c;
+  }
   char& first = result.text[2];
-  if (first >= 'a' && first <= 'z') first = static_cast<char>(first - 'a' + 'A');
+  if (first >= 'a' && first <= 'z') {
+    first = static_cast<char>(first - 'a' + 'A');
+  }
   return result;
 }
 
@@ -43,7 +47,9 @@ template <class Case, std::size_t N>
 class Table {
  public:
   explicit consteval Table(const std::array<RawValue, N>& rawValues) : rawValues_(rawValues) {
-    for (std::size_t i = 0; i < N; ++i) sorted_[i] = static_cast<Case>(i);
+    for (std::size_t i = 0; i < N; ++i) {
+      sorted_[i] = static_cast<Case>(i);
+    }
     std::sort(sorted_.begin(), sorted_.end(), [this](Case a, Case b) { return rawValue(a) < rawValue(b); });
   }
 
@@ -55,7 +61,9 @@ class Table {
     const auto found =
         std::lower_bound(sorted_.begin(), sorted_.end(), text,
                          [this](Case value, std::string_view wanted) { return rawValue(value) < wanted; });
-    if (found == sorted_.end() || rawValue(*found) != text) return std::nullopt;
+    if (found == sorted_.end() || rawValue(*found) != text) {
+      return std::nullopt;
+    }
     return *found;
   }
 

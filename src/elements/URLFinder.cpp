@@ -19,8 +19,7 @@ constexpr int kMaxExamined = 12;
 std::vector<std::shared_ptr<UIElement>> windowsOf(const ZQAccessibilityElement& element) {
   try {
     const auto pid = element.elementRef()->getPid();
-    const auto application =
-        pid ? Application::forProcessID(element.elementRef()->platform(), pid.value) : nullptr;
+    const auto application = pid ? Application::forProcessID(element.elementRef()->platform(), pid.value) : nullptr;
     return application == nullptr ? std::vector<std::shared_ptr<UIElement>>()
                                   : application->windows().value_or(std::vector<std::shared_ptr<UIElement>>());
   } catch (const AXError&) {
@@ -52,8 +51,8 @@ std::string URLFinder::findURLForMenuItem(const ZQAccessibilityElement& menuItem
       continue;
     }
     const CGRect frame = element.frame();
-    const auto hit = elementAt(element.elementRef()->platform(), frame.origin.x + offsetPx,
-                               frame.size.height - offsetPx);
+    const auto hit =
+        elementAt(element.elementRef()->platform(), frame.origin.x + offsetPx, frame.size.height - offsetPx);
     if (hit == nullptr) {
       continue;
     }

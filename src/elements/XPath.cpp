@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "elements/URLFinder.h"
 #include "elements/IteratedElementData.h"
+#include "elements/URLFinder.h"
 #include "elements/ZQAccessibilityElement.h"
 #include "events/ZQLogEventType.h"
 #include "platform/Platform.h"

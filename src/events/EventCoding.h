@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "json/JsonObject.h"
 #include "events/ZQLogEventProtocol.h"
+#include "json/JsonObject.h"
 
 namespace zqlogging {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "json/JsonFields.h"
 #include "events/ZQLogEventProtocol.h"
+#include "json/JsonFields.h"
 
 namespace zqlogging {
 

@@ -31,13 +31,10 @@ void addUnlessEmpty(EventDictionary& dictionary, const char* key, const std::str
 
 template <class Record>
 StringMap elementInfo(const Record& record, const std::string& boundingRect) {
-  return {{"path", record.elementXpath},
-          {"name", record.elementName},
-          {"controlType", record.elementControlType},
-          {"windowName", record.windowName},
-          {"boundingRect", boundingRect},
-          {"processName", record.applicationName},
-          {"processId", record.applicationId}};
+  return {
+      {"path", record.elementXpath},      {"name", record.elementName},   {"controlType", record.elementControlType},
+      {"windowName", record.windowName},  {"boundingRect", boundingRect}, {"processName", record.applicationName},
+      {"processId", record.applicationId}};
 }
 
 }  // namespace

@@ -9,7 +9,7 @@ namespace {
 // In declaration order of the enumerations.
 constexpr std::array<std::string_view, 7> kEventTypes = {"Focus",  "Mouse",       "KeyPressed", "RemoteCommand",
                                                          "System", "Application", "Unknown"};
-constexpr std::array<std::string_view, 6> kMouseTypes = {"LeftDown", "LeftUp",  "Click",
+constexpr std::array<std::string_view, 6> kMouseTypes = {"LeftDown",  "LeftUp",  "Click",
                                                          "RightDown", "RightUp", "Unknown"};
 
 }  // namespace

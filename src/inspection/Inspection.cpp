@@ -5,8 +5,8 @@
 
 #include "accessibility/AXError.h"
 #include "elements/ZQAccessibilityElement.h"
-#include "platform/Platform.h"
 #include "json/JsonValue.h"
+#include "platform/Platform.h"
 #include "zqlogging/Desktop.h"
 
 namespace zqlogging {

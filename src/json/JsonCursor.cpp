@@ -35,17 +35,19 @@ std::string text(const rapidjson::Value& value) { return {value.GetString(), val
 
 JsonCursor JsonCursor::parse(std::string_view json, rapidjson::Document& document) {
   // Iterative: nesting costs memory, not stack.
-  constexpr unsigned flags =
+  constexpr unsigned kFlags =
       rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag;
   const auto fault = [](std::size_t offset, const std::string& what) {
     return ScenarioError("", "not JSON at byte " + std::to_string(offset) + ": " + what);
   };
   rapidjson::MemoryStream stream(json.data(), json.size());
-  document.ParseStream<flags>(stream);
+  document.ParseStream<kFlags>(stream);
   if (document.HasParseError()) {
     throw fault(document.GetErrorOffset(), rapidjson::GetParseError_En(document.GetParseError()));
   }
-  if (stream.Tell() != json.size()) throw fault(stream.Tell(), "a zero byte");
+  if (stream.Tell() != json.size()) {
+    throw fault(stream.Tell(), "a zero byte");
+  }
   return {document, ""};
 }
 
@@ -56,21 +58,29 @@ bool JsonCursor::isNull() const { return value_->IsNull(); }
 bool JsonCursor::isString() const { return value_->IsString(); }
 
 std::string JsonCursor::string() const {
-  if (!value_->IsString()) fail("expected a string");
+  if (!value_->IsString()) {
+    fail("expected a string");
+  }
   return text(*value_);
 }
 
 bool JsonCursor::boolean() const {
-  if (!value_->IsBool()) fail("expected true or false");
+  if (!value_->IsBool()) {
+    fail("expected true or false");
+  }
   return value_->GetBool();
 }
 
 void JsonCursor::isTrue() const {
-  if (!value_->IsTrue()) fail("expected true");
+  if (!value_->IsTrue()) {
+    fail("expected true");
+  }
 }
 
 double JsonCursor::number() const {
-  if (!value_->IsNumber()) fail("expected a number");
+  if (!value_->IsNumber()) {
+    fail("expected a number");
+  }
   return value_->GetDouble();
 }
 
@@ -82,7 +92,9 @@ std::int64_t JsonCursor::integer(std::int64_t min, std::int64_t max) const {
              std::abs(value_->GetDouble()) < 0x1p63) {
     whole = static_cast<std::int64_t>(value_->GetDouble());
   }
-  if (!whole) fail("expected a whole number");
+  if (!whole) {
+    fail("expected a whole number");
+  }
   if (*whole < min || *whole > max) {
     fail("expected a whole number from " + std::to_string(min) + " to " + std::to_string(max));
   }
@@ -99,38 +111,54 @@ std::int32_t JsonCursor::int32() const {
 }
 
 std::uint64_t JsonCursor::unsignedInteger() const {
-  if (value_->IsUint64()) return value_->GetUint64();
+  if (value_->IsUint64()) {
+    return value_->GetUint64();
+  }
   return static_cast<std::uint64_t>(integer(0, std::numeric_limits<std::int64_t>::max()));
 }
 
 std::vector<JsonCursor> JsonCursor::items() const {
-  if (!value_->IsArray()) fail("expected an array");
+  if (!value_->IsArray()) {
+    fail("expected an array");
+  }
   std::vector<JsonCursor> all;
-  for (rapidjson::SizeType i = 0; i < value_->Size(); ++i) all.emplace_back((*value_)[i], pointerOf(std::to_string(i)));
+  for (rapidjson::SizeType i = 0; i < value_->Size(); ++i) {
+    all.emplace_back((*value_)[i], pointerOf(std::to_string(i)));
+  }
   return all;
 }
 
 std::vector<std::string> JsonCursor::strings() const {
   std::vector<std::string> all;
-  for (const auto& item : items()) all.push_back(item.string());
+  for (const auto& item : items()) {
+    all.push_back(item.string());
+  }
   return all;
 }
 
 std::vector<double> JsonCursor::numbers(std::size_t count) const {
   std::vector<double> all;
-  for (const auto& item : items()) all.push_back(item.number());
-  if (all.size() != count) fail("expected " + std::to_string(count) + " numbers");
+  for (const auto& item : items()) {
+    all.push_back(item.number());
+  }
+  if (all.size() != count) {
+    fail("expected " + std::to_string(count) + " numbers");
+  }
   return all;
 }
 
 std::vector<std::pair<std::string, JsonCursor>> JsonCursor::members() const {
-  if (!value_->IsObject()) fail("expected an object");
+  if (!value_->IsObject()) {
+    fail("expected an object");
+  }
   std::vector<std::pair<std::string, JsonCursor>> all;
   std::set<std::string> seen;
   for (const auto& member : value_->GetObject()) {
     const auto& [key, cursor] =
         all.emplace_back(text(member.name), JsonCursor(member.value, pointerOf(text(member.name))));
-    if (!seen.insert(key).second) cursor.fail("this key stands here twice");
+    if (!seen.insert(key).second) {
+      cursor.fail("this key stands here twice");
+    }
   }
   return all;
 }
@@ -138,18 +166,24 @@ std::vector<std::pair<std::string, JsonCursor>> JsonCursor::members() const {
 std::string JsonCursor::pointerOf(std::string_view key) const { return pointer_ + "/" + escaped(key); }
 
 JsonFields::JsonFields(JsonCursor object) : object_(std::move(object)) {
-  for (auto& [key, value] : object_.members()) fields_.push_back({key, value});
+  for (auto& [key, value] : object_.members()) {
+    fields_.push_back({key, value});
+  }
 }
 
 JsonCursor JsonFields::required(std::string_view key) {
   auto found = optional(key);
-  if (!found) throw ScenarioError(object_.pointerOf(key), "is missing");
+  if (!found) {
+    throw ScenarioError(object_.pointerOf(key), "is missing");
+  }
   return *std::move(found);
 }
 
 std::optional<JsonCursor> JsonFields::optional(std::string_view key) {
   for (auto& field : fields_) {
-    if (field.key != key) continue;
+    if (field.key != key) {
+      continue;
+    }
     field.asked = true;
     return field.value;
   }
@@ -162,16 +196,24 @@ std::pair<std::string_view, JsonCursor> JsonFields::oneOf(std::initializer_list<
   for (const auto key : keys) {
     list += (list.empty() ? "" : ", ") + std::string(key);
     const auto found = optional(key);
-    if (found && chosen) found->fail("does not go together with \"" + std::string(chosen->first) + "\"");
-    if (found) chosen.emplace(key, *found);
+    if (found && chosen) {
+      found->fail("does not go together with \"" + std::string(chosen->first) + "\"");
+    }
+    if (found) {
+      chosen.emplace(key, *found);
+    }
   }
-  if (!chosen) object_.fail("one of these is missing: " + list);
+  if (!chosen) {
+    object_.fail("one of these is missing: " + list);
+  }
   return *chosen;
 }
 
 void JsonFields::finish() const {
   for (const auto& field : fields_) {
-    if (!field.asked) field.value.fail("unknown key");
+    if (!field.asked) {
+      field.value.fail("unknown key");
+    }
   }
 }
 

@@ -19,8 +19,8 @@ bool needsNoEscape(std::string_view text) {
   unsigned special = 0;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
-    special |= static_cast<unsigned>(byte < 0x20) | static_cast<unsigned>(byte == '"') |
-               static_cast<unsigned>(byte == '\\');
+    special |=
+        static_cast<unsigned>(byte < 0x20) | static_cast<unsigned>(byte == '"') | static_cast<unsigned>(byte == '\\');
   }
   return special == 0;
 }

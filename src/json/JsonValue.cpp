@@ -32,7 +32,9 @@ void write(Writer& writer, const JsonValue& value) {
     writeString(writer, *string);
   } else if (const auto* array = std::get_if<JsonValue::Array>(&value)) {
     writer.StartArray();
-    for (const auto& item : *array) write(writer, item);
+    for (const auto& item : *array) {
+      write(writer, item);
+    }
     writer.EndArray();
   } else if (const auto* object = std::get_if<JsonValue::Object>(&value)) {
     writer.StartObject();
@@ -55,12 +57,24 @@ JsonValue JsonValue::parse(std::string_view json) {
 }
 
 JsonValue JsonValue::from(const rapidjson::Value& value) {
-  if (value.IsBool()) return value.GetBool();
-  if (value.IsInt64()) return value.GetInt64();
-  if (value.IsNumber()) return value.GetDouble();
-  if (value.IsString()) return std::string(value.GetString(), value.GetStringLength());
-  if (value.IsArray()) return array(value.GetArray(), from);
-  if (!value.IsObject()) return nullptr;
+  if (value.IsBool()) {
+    return value.GetBool();
+  }
+  if (value.IsInt64()) {
+    return value.GetInt64();
+  }
+  if (value.IsNumber()) {
+    return value.GetDouble();
+  }
+  if (value.IsString()) {
+    return std::string(value.GetString(), value.GetStringLength());
+  }
+  if (value.IsArray()) {
+    return array(value.GetArray(), from);
+  }
+  if (!value.IsObject()) {
+    return nullptr;
+  }
   Object object;
   for (const auto& member : value.GetObject()) {
     object.emplace(std::string(member.name.GetString(), member.name.GetStringLength()), from(member.value));

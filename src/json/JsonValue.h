@@ -29,7 +29,9 @@ class JsonValue : public std::variant<std::nullptr_t, bool, std::int64_t, double
   template <class Items, class Convert>
   static JsonValue array(const Items& items, const Convert& convert) {
     Array values;
-    for (const auto& item : items) values.push_back(convert(item));
+    for (const auto& item : items) {
+      values.push_back(convert(item));
+    }
     return values;
   }
   static JsonValue array(const std::vector<std::string>& items) { return Array(items.begin(), items.end()); }

@@ -3,9 +3,9 @@
 #include <gio/gio.h>
 #include <unistd.h>
 
+#include "linux/LinuxTextRecognition.h"
 #include "linux/session/ApplicationIdentity.h"
 #include "linux/system/LinuxLogs.h"
-#include "linux/LinuxTextRecognition.h"
 #include "linux/system/XdgFolders.h"
 #include "zqlogging/Desktop.h"
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "linux/loop/GlibMainLoop.h"
 #include "linux/accessibility/LinuxAccessibility.h"
+#include "linux/loop/GlibMainLoop.h"
+#include "linux/session/LinuxWorkspace.h"
 #include "linux/system/LinuxClock.h"
 #include "linux/system/LinuxDefaults.h"
 #include "linux/system/LinuxLogs.h"
-#include "linux/session/LinuxWorkspace.h"
 
 namespace zqlogging {
 

@@ -13,21 +13,29 @@ namespace zqlogging {
 std::string LinuxTextRecognition::defaultModule() {
   static const char here = 0;
   Dl_info library = {};
-  if (dladdr(&here, &library) == 0 || library.dli_fname == nullptr) return ocr::kModulePath;
+  if (dladdr(&here, &library) == 0 || library.dli_fname == nullptr) {
+    return ocr::kModulePath;
+  }
   return (std::filesystem::absolute(library.dli_fname).parent_path() / ocr::kModulePath).string();
 }
 
 void LinuxTextRecognition::prepare() {
-  if (engine_ || !problem_.empty()) return;
+  if (engine_ || !problem_.empty()) {
+    return;
+  }
   problem_ = load();
-  if (problem_.empty()) return;
+  if (problem_.empty()) {
+    return;
+  }
   engine_.reset();
   report_("text is not recognized: " + problem_);
 }
 
 port::TextAnswer LinuxTextRecognition::recognize(const port::Image& image, const port::TextRequest& request) {
   prepare();
-  if (!engine_) return port::TextRequestFailed{problem_};
+  if (!engine_) {
+    return port::TextRequestFailed{problem_};
+  }
   return engine_->recognize(image, request);
 }
 

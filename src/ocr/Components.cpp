@@ -7,15 +7,21 @@ Components findComponents(const GrayPlane& mask, const GrayPlane& contrast) {
   Components found{Plane<int>(width, height, -1), {}};
   std::vector<int> parents;
   const auto root = [&](int i) {
-    while (parents[i] != i) i = parents[i] = parents[parents[i]];
+    while (parents[i] != i) {
+      i = parents[i] = parents[parents[i]];
+    }
     return i;
   };
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      if (!mask.at(x, y)) continue;
+      if (!mask.at(x, y)) {
+        continue;
+      }
       int label = -1;
       const auto join = [&](int nx, int ny) {
-        if (!mask.contains(nx, ny) || found.labels.at(nx, ny) < 0) return;
+        if (!mask.contains(nx, ny) || found.labels.at(nx, ny) < 0) {
+          return;
+        }
         const int other = root(found.labels.at(nx, ny));
         if (label < 0) {
           label = other;
@@ -39,7 +45,9 @@ Components findComponents(const GrayPlane& mask, const GrayPlane& contrast) {
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
       int& label = found.labels.at(x, y);
-      if (label < 0) continue;
+      if (label < 0) {
+        continue;
+      }
       int& number = numbers[root(label)];
       if (number < 0) {
         number = static_cast<int>(found.all.size());

@@ -20,7 +20,9 @@ template <class Choose>
 void chooseAhead(std::vector<std::uint8_t>& bytes, std::size_t distance, Choose choose) {
   for (std::size_t i = 0; i + (kSurfaceSide - 1) * distance < bytes.size(); ++i) {
     std::uint8_t chosen = bytes[i];
-    for (std::size_t ahead = 1; ahead < kSurfaceSide; ++ahead) chosen = choose(chosen, bytes[i + ahead * distance]);
+    for (std::size_t ahead = 1; ahead < kSurfaceSide; ++ahead) {
+      chosen = choose(chosen, bytes[i + ahead * distance]);
+    }
     bytes[i] = chosen;
   }
 }
@@ -41,8 +43,12 @@ GrayPlane markSurfaces(const Plane<Colour>& picture) {
       const std::size_t at = sizeof(Colour) * (static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.width) +
                                                static_cast<std::size_t>(x));
       const int difference = std::max({high[at] - low[at], high[at + 1] - low[at + 1], high[at + 2] - low[at + 2]});
-      if (difference > kSurfaceTolerance) continue;
-      for (int i = 0; i < kSurfaceSide; ++i) std::fill_n(&marks.at(x, y + i), kSurfaceSide, std::uint8_t{1});
+      if (difference > kSurfaceTolerance) {
+        continue;
+      }
+      for (int i = 0; i < kSurfaceSide; ++i) {
+        std::fill_n(&marks.at(x, y + i), kSurfaceSide, std::uint8_t{1});
+      }
     }
   }
   return marks;
@@ -80,7 +86,9 @@ class BackgroundFinder {
       const std::uint8_t* below = known_.row(std::min(y + 1, known_.height - 1));
       for (int x = 0; x < known_.width; ++x) {
         const bool inside = above[x] && below[x] && row[std::max(x - 1, 0)] && row[std::min(x + 1, known_.width - 1)];
-        if (row[x] && !inside) border.push_back(y * known_.width + x);
+        if (row[x] && !inside) {
+          border.push_back(y * known_.width + x);
+        }
       }
     }
     return border;
@@ -92,17 +100,29 @@ class BackgroundFinder {
     for (std::size_t next = 0; next < border.size(); ++next) {
       const int i = border[next];
       const auto visit = [&](int neighbour) {
-        if (known_.pixels[neighbour]) return;
-        if (colourDistance(picture_.pixels[neighbour], background_.pixels[i]) > tolerance) return;
+        if (known_.pixels[neighbour]) {
+          return;
+        }
+        if (colourDistance(picture_.pixels[neighbour], background_.pixels[i]) > tolerance) {
+          return;
+        }
         known_.pixels[neighbour] = 1;
         background_.pixels[neighbour] = background_.pixels[i];
         border.push_back(neighbour);
       };
       const int x = i % width;
-      if (x > 0) visit(i - 1);
-      if (x + 1 < width) visit(i + 1);
-      if (i >= width) visit(i - width);
-      if (i + width < static_cast<int>(known_.pixels.size())) visit(i + width);
+      if (x > 0) {
+        visit(i - 1);
+      }
+      if (x + 1 < width) {
+        visit(i + 1);
+      }
+      if (i >= width) {
+        visit(i - width);
+      }
+      if (i + width < static_cast<int>(known_.pixels.size())) {
+        visit(i + width);
+      }
     }
   }
 
@@ -112,18 +132,26 @@ class BackgroundFinder {
     std::vector<int> edges;
     for (int y = 1; y + 1 < picture_.height; ++y) {
       for (int x = 1; x + 1 < picture_.width; ++x) {
-        if (known_.at(x, y)) continue;
+        if (known_.at(x, y)) {
+          continue;
+        }
         for (const auto& [dx, dy] : kAcross) {
-          if (!known_.at(x - dx, y - dy) || !known_.at(x + dx, y + dy)) continue;
+          if (!known_.at(x - dx, y - dy) || !known_.at(x + dx, y + dy)) {
+            continue;
+          }
           const Colour a = background_.at(x - dx, y - dy);
           const Colour b = background_.at(x + dx, y + dy);
-          if (colourDistance(a, b) <= kGrowTolerance || !isBetween(picture_.at(x, y), a, b)) continue;
+          if (colourDistance(a, b) <= kGrowTolerance || !isBetween(picture_.at(x, y), a, b)) {
+            continue;
+          }
           edges.push_back(y * picture_.width + x);
           break;
         }
       }
     }
-    for (const int i : edges) known_.pixels[i] = 1;  // their background is their own colour, as it was set out
+    for (const int i : edges) {
+      known_.pixels[i] = 1;  // their background is their own colour, as it was set out
+    }
   }
 
   const Plane<Colour>& picture_;

@@ -28,8 +28,12 @@ class ShapeFinder {
         thin_(std::max(kMinThinPixels, kThin * line.height())) {}
 
   [[nodiscard]] Glyph::Shape shapeOf(const std::vector<int>& parts) const {
-    if (parts.size() == 1) return ofOne(parts.front());
-    if (parts.size() != 2) return Glyph::Shape::other;
+    if (parts.size() == 1) {
+      return ofOne(parts.front());
+    }
+    if (parts.size() != 2) {
+      return Glyph::Shape::other;
+    }
     const PixelBox& a = picture_.components.all[parts[0]].box;
     const PixelBox& b = picture_.components.all[parts[1]].box;
     return a.y < b.y ? ofTwo(a, b) : ofTwo(b, a);
@@ -40,22 +44,36 @@ class ShapeFinder {
   [[nodiscard]] bool stands(const PixelBox& box) const { return std::abs(box.bottom() - baseline_) <= 1; }
 
   [[nodiscard]] Glyph::Shape ofTwo(const PixelBox& above, const PixelBox& below) const {
-    if (above.bottom() > below.y || !stands(below)) return Glyph::Shape::other;
+    if (above.bottom() > below.y || !stands(below)) {
+      return Glyph::Shape::other;
+    }
     const auto isStem = [&](const PixelBox& box) {
       return box.width <= thin_ && box.height >= kMinStemHeight * height_;
     };
-    if (isDot(above) && isDot(below)) return Glyph::Shape::colon;
-    if (isDot(above) && isStem(below)) return Glyph::Shape::dottedBar;
-    if (isStem(above) && isDot(below)) return Glyph::Shape::barOverDot;
+    if (isDot(above) && isDot(below)) {
+      return Glyph::Shape::colon;
+    }
+    if (isDot(above) && isStem(below)) {
+      return Glyph::Shape::dottedBar;
+    }
+    if (isStem(above) && isDot(below)) {
+      return Glyph::Shape::barOverDot;
+    }
     return Glyph::Shape::other;
   }
 
   [[nodiscard]] Glyph::Shape ofOne(int part) const {
     const PixelBox& box = picture_.components.all[part].box;
-    if (isDot(box) && stands(box)) return Glyph::Shape::dot;
-    if (std::min(box.width, box.height) >= kMinPlus && isPlus(picture_.components, part)) return Glyph::Shape::plus;
+    if (isDot(box) && stands(box)) {
+      return Glyph::Shape::dot;
+    }
+    if (std::min(box.width, box.height) >= kMinPlus && isPlus(picture_.components, part)) {
+      return Glyph::Shape::plus;
+    }
     if (box.height <= thin_ && box.width >= 1.5 * box.height) {
-      if (box.y >= baseline_) return Glyph::Shape::lowDash;
+      if (box.y >= baseline_) {
+        return Glyph::Shape::lowDash;
+      }
       const bool atHalfHeight = box.y > top_ + 0.3 * height_ && box.bottom() < baseline_ - 0.15 * height_;
       return atHalfHeight ? Glyph::Shape::dash : Glyph::Shape::other;
     }
@@ -69,7 +87,9 @@ class ShapeFinder {
     double upper = 0, upperInk = 0, lower = 0, lowerInk = 0;
     for (int y = 0; y < box.height; ++y) {
       for (int x = 0; x < box.width; ++x) {
-        if (picture_.components.labels.at(box.x + x, box.y + y) != part) continue;
+        if (picture_.components.labels.at(box.x + x, box.y + y) != part) {
+          continue;
+        }
         const double weight = picture_.contrast.at(box.x + x, box.y + y);
         rows[y] += weight;
         ink += weight;
@@ -82,9 +102,13 @@ class ShapeFinder {
         }
       }
     }
-    if (upperInk <= 0 || lowerInk <= 0) return Glyph::Shape::other;
+    if (upperInk <= 0 || lowerInk <= 0) {
+      return Glyph::Shape::other;
+    }
     const double lean = (upper / upperInk - lower / lowerInk) / (box.height * 2 / 3.0);
-    if (box.width <= thin_ && std::abs(lean) < kUpright) return ofUpright(rows);
+    if (box.width <= thin_ && std::abs(lean) < kUpright) {
+      return ofUpright(rows);
+    }
     const double stroke = ink / picture_.components.all[part].peak / box.height;
     const bool narrow = box.width <= 0.65 * box.height && stroke < 0.22 * height_ && stroke < 0.5 * box.width;
     return narrow && lean > kMinSlash && lean < kMaxSlash ? Glyph::Shape::slash : Glyph::Shape::other;
@@ -96,9 +120,15 @@ class ShapeFinder {
     const auto usual = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
     std::nth_element(sorted.begin(), usual, sorted.end());
     for (std::size_t y = 1; y + 1 < rows.size(); ++y) {
-      if (rows[y] >= kGapShare * *usual || rows[y - 1] <= rows[y] || rows[y + 1] < rows[y]) continue;
-      if (y * 5 < rows.size() * 2) return Glyph::Shape::dottedBar;
-      if (y * 5 >= rows.size() * 3) return Glyph::Shape::barOverDot;
+      if (rows[y] >= kGapShare * *usual || rows[y - 1] <= rows[y] || rows[y + 1] < rows[y]) {
+        continue;
+      }
+      if (y * 5 < rows.size() * 2) {
+        return Glyph::Shape::dottedBar;
+      }
+      if (y * 5 >= rows.size() * 3) {
+        return Glyph::Shape::barOverDot;
+      }
     }
     return Glyph::Shape::bar;
   }
@@ -112,21 +142,29 @@ class ShapeFinder {
 
 bool isPlus(const Components& components, int component) {
   const PixelBox& b = components.all[component].box;
-  if (std::abs(b.width - b.height) > 1) return false;
+  if (std::abs(b.width - b.height) > 1) {
+    return false;
+  }
   const auto isInk = [&](int x, int y) { return components.labels.at(b.x + x, b.y + y) == component; };
   const int corner = std::max(1, (b.width - 1) / 3);
   for (int x = 0; x < corner; ++x) {
     for (int y = 0; y < corner; ++y) {
       const int mirroredX = b.width - 1 - x;
       const int mirroredY = b.height - 1 - y;
-      if (isInk(x, y) || isInk(mirroredX, y) || isInk(x, mirroredY) || isInk(mirroredX, mirroredY)) return false;
+      if (isInk(x, y) || isInk(mirroredX, y) || isInk(x, mirroredY) || isInk(mirroredX, mirroredY)) {
+        return false;
+      }
     }
   }
   for (int x = 0; x < b.width; ++x) {
-    if (!isInk(x, b.height / 2) && !isInk(x, (b.height - 1) / 2)) return false;
+    if (!isInk(x, b.height / 2) && !isInk(x, (b.height - 1) / 2)) {
+      return false;
+    }
   }
   for (int y = 0; y < b.height; ++y) {
-    if (!isInk(b.width / 2, y) && !isInk((b.width - 1) / 2, y)) return false;
+    if (!isInk(b.width / 2, y) && !isInk((b.width - 1) / 2, y)) {
+      return false;
+    }
   }
   return true;
 }
@@ -145,7 +183,9 @@ std::vector<Glyph> findGlyphs(const Segmentation& picture, const TextLine& line)
     }
   }
   const ShapeFinder finder(picture, line);
-  for (std::size_t i = 0; i < glyphs.size(); ++i) glyphs[i].shape = finder.shapeOf(parts[i]);
+  for (std::size_t i = 0; i < glyphs.size(); ++i) {
+    glyphs[i].shape = finder.shapeOf(parts[i]);
+  }
   return glyphs;
 }
 

@@ -55,7 +55,9 @@ std::vector<TextLine> LineBuilder::build() {
   attachMarks();
   joinPieces();
   std::vector<TextLine> lines;
-  for (const Draft& draft : drafts_) splitAtIcons(draft, lines);
+  for (const Draft& draft : drafts_) {
+    splitAtIcons(draft, lines);
+  }
   dropStrays(lines);
   return lines;
 }
@@ -77,14 +79,18 @@ bool LineBuilder::isSeparated(const PixelBox& a, const PixelBox& b, int letterHe
     for (int y = top; y < bottom; ++y) {
       blocked += barriers_.at(x, y) || (apart && colourDistance(surface, background_.at(x, y)) > kSurfaceStep);
     }
-    if (blocked * 10 >= (bottom - top) * 6) return true;
+    if (blocked * 10 >= (bottom - top) * 6) {
+      return true;
+    }
   }
   return false;
 }
 
 double LineBuilder::pitchOf(const Draft& draft) const {
   std::vector<double> middles;
-  for (const Cluster& cluster : clustersOf(draft.members)) middles.push_back(cluster.box.middle());
+  for (const Cluster& cluster : clustersOf(draft.members)) {
+    middles.push_back(cluster.box.middle());
+  }
   return fixedPitch(middles, draft.letterHeight);
 }
 
@@ -92,7 +98,9 @@ double LineBuilder::pitchOf(const Draft& draft) const {
 void LineBuilder::joinLetters() {
   std::vector<int> letters;
   for (int i = 0; i < static_cast<int>(components_.size()); ++i) {
-    if (kinds_[i] == ShapeKind::letter) letters.push_back(i);
+    if (kinds_[i] == ShapeKind::letter) {
+      letters.push_back(i);
+    }
   }
   std::sort(letters.begin(), letters.end(), [&](int a, int b) { return box(a).x < box(b).x; });
   struct Pair {
@@ -105,7 +113,9 @@ void LineBuilder::joinLetters() {
     drafts_.push_back({a, a.height, {letters[i]}});
     for (std::size_t j = i + 1; j < letters.size() && box(letters[j]).x - a.x <= kReach; ++j) {
       const PixelBox& b = box(letters[j]);
-      if (commonRows(a, b) * 2 >= std::min(a.height, b.height)) pairs.push_back({columnsBetween(a, b), i, j});
+      if (commonRows(a, b) * 2 >= std::min(a.height, b.height)) {
+        pairs.push_back({columnsBetween(a, b), i, j});
+      }
     }
   }
   std::stable_sort(pairs.begin(), pairs.end(), [](const Pair& a, const Pair& b) { return a.gap < b.gap; });
@@ -113,30 +123,44 @@ void LineBuilder::joinLetters() {
   std::vector<std::size_t> parents(drafts_.size());
   std::iota(parents.begin(), parents.end(), std::size_t{0});
   const auto root = [&](std::size_t i) {
-    while (parents[i] != i) i = parents[i] = parents[parents[i]];
+    while (parents[i] != i) {
+      i = parents[i] = parents[parents[i]];
+    }
     return i;
   };
   for (const Pair& pair : pairs) {
     const std::size_t i = root(pair.left);
     const std::size_t j = root(pair.right);
-    if (i != j && join(drafts_[i], drafts_[j], box(letters[pair.left]), box(letters[pair.right]))) parents[j] = i;
+    if (i != j && join(drafts_[i], drafts_[j], box(letters[pair.left]), box(letters[pair.right]))) {
+      parents[j] = i;
+    }
   }
   std::erase_if(drafts_, [](const Draft& draft) { return draft.members.empty(); });
 }
 
 /// Moves b's members to a when both belong to one line; `left` and `right` are the letters that face each other.
 bool LineBuilder::join(Draft& a, Draft& b, const PixelBox& left, const PixelBox& right) const {
-  if (commonRows(a.box, b.box) * 2 < std::min(a.box.height, b.box.height)) return false;
+  if (commonRows(a.box, b.box) * 2 < std::min(a.box.height, b.box.height)) {
+    return false;
+  }
   const auto [small, large] = std::minmax(a.letterHeight, b.letterHeight);
   const PixelBox both = unite(a.box, b.box);
-  if (both.height > kMaxLineHeight * large) return false;
+  if (both.height > kMaxLineHeight * large) {
+    return false;
+  }
   const int gap = columnsBetween(a.box, b.box);
   if (gap > kMaxGap * std::min<double>(large, small * kMaxLetterRatio)) {
-    if (gap > kLargestGap * large) return false;
+    if (gap > kLargestGap * large) {
+      return false;
+    }
     const double pitch = std::max(pitchOf(a), pitchOf(b));
-    if (std::abs(right.middle() - left.middle()) > kMaxFixedStep * pitch) return false;
+    if (std::abs(right.middle() - left.middle()) > kMaxFixedStep * pitch) {
+      return false;
+    }
   }
-  if (isSeparated(left, right, large)) return false;
+  if (isSeparated(left, right, large)) {
+    return false;
+  }
   a.box = both;
   a.letterHeight = large;
   a.members.insert(a.members.end(), b.members.begin(), b.members.end());
@@ -150,7 +174,9 @@ void LineBuilder::attachMarks() {
   std::vector<int> marks;
   for (int i = 0; i < static_cast<int>(components_.size()); ++i) {
     const bool cut = box(i).y == 0 || box(i).bottom() == labels_.height;  // of the next line
-    if (kinds_[i] == ShapeKind::mark && !cut) marks.push_back(i);
+    if (kinds_[i] == ShapeKind::mark && !cut) {
+      marks.push_back(i);
+    }
   }
   std::sort(marks.begin(), marks.end(), [&](int a, int b) { return box(a).x < box(b).x; });
   std::erase_if(marks, [&](int mark) { return attach(mark); });
@@ -172,11 +198,15 @@ bool LineBuilder::attach(int mark) {
       continue;
     }
     const double distance = gap + 3 * std::max({0.0, above, below});
-    if (distance >= nearestDistance || isSeparated(draft.box, place, draft.letterHeight)) continue;
+    if (distance >= nearestDistance || isSeparated(draft.box, place, draft.letterHeight)) {
+      continue;
+    }
     nearest = &draft;
     nearestDistance = distance;
   }
-  if (!nearest) return false;
+  if (!nearest) {
+    return false;
+  }
   nearest->box = unite(nearest->box, place);
   nearest->members.push_back(mark);
   return true;
@@ -194,9 +224,15 @@ void LineBuilder::joinPieces() {
     joined = false;
     for (Draft& a : drafts_) {
       for (Draft& b : drafts_) {
-        if (&a == &b || a.members.empty() || b.members.empty() || a.box.x > b.box.x) continue;
-        if (columnsBetween(a.box, b.box) > kLargestGap * std::max(a.letterHeight, b.letterHeight)) continue;
-        if (commonRows(a.box, b.box) <= 0) continue;
+        if (&a == &b || a.members.empty() || b.members.empty() || a.box.x > b.box.x) {
+          continue;
+        }
+        if (columnsBetween(a.box, b.box) > kLargestGap * std::max(a.letterHeight, b.letterHeight)) {
+          continue;
+        }
+        if (commonRows(a.box, b.box) <= 0) {
+          continue;
+        }
         joined |= join(a, b, edge(a, true), edge(b, false));
       }
     }
@@ -222,11 +258,15 @@ std::vector<LineBuilder::Cluster> LineBuilder::clustersOf(std::vector<int> membe
 LineBuilder::Extent LineBuilder::measure(const std::vector<int>& members) const {
   std::vector<PixelBox> letters;
   for (const int i : members) {
-    if (kinds_[i] == ShapeKind::letter) letters.push_back(box(i));
+    if (kinds_[i] == ShapeKind::letter) {
+      letters.push_back(box(i));
+    }
   }
   if (letters.empty()) {
     PixelBox all = box(members.front());
-    for (const int i : members) all = unite(all, box(i));
+    for (const int i : members) {
+      all = unite(all, box(i));
+    }
     return {all.y, all.bottom()};
   }
   // The highest top may be that of a bracket or a slash: where there are many letters, the next one counts.
@@ -235,13 +275,17 @@ LineBuilder::Extent LineBuilder::measure(const std::vector<int>& members) const 
   // Letters that reach up there have no descenders: most of them stand on the baseline.
   std::vector<int> bottoms;
   for (const PixelBox& letter : letters) {
-    if (letter.y <= top + 1) bottoms.push_back(letter.bottom());
+    if (letter.y <= top + 1) {
+      bottoms.push_back(letter.bottom());
+    }
   }
   std::sort(bottoms.begin(), bottoms.end());
   const int middle = (top + bottoms.back()) / 2;
   for (const int bottom : bottoms) {
     const auto sharing = std::count(bottoms.begin(), bottoms.end(), bottom);
-    if (bottom > middle && sharing * 3 >= static_cast<std::ptrdiff_t>(bottoms.size())) return {top, bottom};
+    if (bottom > middle && sharing * 3 >= static_cast<std::ptrdiff_t>(bottoms.size())) {
+      return {top, bottom};
+    }
   }
   return {top, bottoms[bottoms.size() / 2]};
 }
@@ -260,15 +304,23 @@ void LineBuilder::splitAtIcons(const Draft& draft, std::vector<TextLine>& lines)
     if (cluster == begin || last) {
       std::vector<int> others;
       for (const Cluster& other : clusters) {
-        if (&other != &*cluster) others.insert(others.end(), other.members.begin(), other.members.end());
+        if (&other != &*cluster) {
+          others.insert(others.end(), other.members.begin(), other.members.end());
+        }
       }
       rest = measure(others);
     }
-    if (!isIcon(cluster->box, before, behind, rest, fixed)) continue;
-    if (begin != cluster) lines.push_back(makeLine(begin, cluster));
+    if (!isIcon(cluster->box, before, behind, rest, fixed)) {
+      continue;
+    }
+    if (begin != cluster) {
+      lines.push_back(makeLine(begin, cluster));
+    }
     begin = std::next(cluster);
   }
-  if (begin != clusters.end()) lines.push_back(makeLine(begin, clusters.end()));
+  if (begin != clusters.end()) {
+    lines.push_back(makeLine(begin, clusters.end()));
+  }
 }
 
 /// Whether something in a line is a picture: set apart from the text, and not standing in its row as letters do.
@@ -277,11 +329,17 @@ bool LineBuilder::isIcon(const PixelBox& box, int before, int behind, Extent res
   const bool first = before == kNothingBeside;
   const bool end = first || behind == kNothingBeside;
   const int gap = std::min(before, behind);
-  if (gap < (end && !fixed ? kIconGap : kWideIconGap) * height) return false;
+  if (gap < (end && !fixed ? kIconGap : kWideIconGap) * height) {
+    return false;
+  }
   const int above = rest.top - box.y;
   const int below = box.bottom() - rest.baseline;
-  if (box.width >= 0.6 * box.height && above >= 1 && below >= 1) return true;
-  if (fixed) return false;
+  if (box.width >= 0.6 * box.height && above >= 1 && below >= 1) {
+    return true;
+  }
+  if (fixed) {
+    return false;
+  }
   // As high as the letters, but as wide as high, and further from the text than a word.
   const bool square = box.width >= 0.75 * box.height && box.width <= 1.45 * box.height;
   if (first && square && box.height >= 0.99 * height && behind >= kWideIconGap * height) {
@@ -320,11 +378,17 @@ void LineBuilder::dropStrays(std::vector<TextLine>& lines) const {
     return line.components.size() >= 3 && line.box.width > line.box.height && !isCut(line);
   });
   std::vector<int> heights;
-  for (const TextLine& line : sure) heights.push_back(line.height());
+  for (const TextLine& line : sure) {
+    heights.push_back(line.height());
+  }
   const auto usual = heights.begin() + static_cast<std::ptrdiff_t>(heights.size() / 2);
-  if (!heights.empty()) std::nth_element(heights.begin(), usual, heights.end());
+  if (!heights.empty()) {
+    std::nth_element(heights.begin(), usual, heights.end());
+  }
   std::erase_if(lines, [&](const TextLine& line) {
-    if (!heights.empty() && isCut(line) && line.box.height < kMinLeftOver * *usual) return true;
+    if (!heights.empty() && isCut(line) && line.box.height < kMinLeftOver * *usual) {
+      return true;
+    }
     return isStray(line, sure);
   });
 }
@@ -337,18 +401,26 @@ bool LineBuilder::isStray(const TextLine& line, const std::vector<TextLine>& sur
                   [&](int i) { return kinds_[i] == ShapeKind::mark; })) {
     return true;
   }
-  if (place.width > 1.35 * place.height) return false;
+  if (place.width > 1.35 * place.height) {
+    return false;
+  }
   const bool bar = place.width <= 3 && place.height > 2 * place.width;
-  if (sure.empty()) return bar;
+  if (sure.empty()) {
+    return bar;
+  }
   const bool plus = line.components.size() == 1 && isPlus(shapes_, line.components.front());
   bool beside = false;
   bool likeOneBeside = false;
   bool likeAnother = false;
   for (const TextLine& other : sure) {
     const double height = other.baseline - other.top;
-    if (place.height < 0.8 * height && !plus) continue;
+    if (place.height < 0.8 * height && !plus) {
+      continue;
+    }
     likeAnother |= place.height >= 0.62 * height && place.height <= 1.2 * height;
-    if (commonRows(place, other.box) * 2 < place.height) continue;
+    if (commonRows(place, other.box) * 2 < place.height) {
+      continue;
+    }
     beside = true;
     const bool inRow =
         place.y >= other.top - 1 && place.bottom() <= other.baseline + 1 && place.height >= 0.55 * height;

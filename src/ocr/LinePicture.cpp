@@ -20,8 +20,12 @@ constexpr double kMaxScale = 4;
 /// Mitchell and Netravali's filter: smooth, hardly blurred, hardly ringing.
 double weight(double distance) {
   const double x = std::abs(distance);
-  if (x < 1) return (7 * x * x * x - 12 * x * x + 16.0 / 3) / 6;
-  if (x < 2) return (-7.0 / 3 * x * x * x + 12 * x * x - 20 * x + 32.0 / 3) / 6;
+  if (x < 1) {
+    return (7 * x * x * x - 12 * x * x + 16.0 / 3) / 6;
+  }
+  if (x < 2) {
+    return (-7.0 / 3 * x * x * x + 12 * x * x - 20 * x + 32.0 / 3) / 6;
+  }
   return 0;
 }
 
@@ -35,7 +39,9 @@ Taps tapsAt(double sourcePosition) {
   const double place = sourcePosition - 0.5;
   Taps taps;
   taps.first = static_cast<int>(std::floor(place)) - 1;
-  for (int i = 0; i < 4; ++i) taps.weights[i] = static_cast<float>(weight(place - (taps.first + i)));
+  for (int i = 0; i < 4; ++i) {
+    taps.weights[i] = static_cast<float>(weight(place - (taps.first + i)));
+  }
   return taps;
 }
 
@@ -53,9 +59,13 @@ class Ink {
   }
 
   [[nodiscard]] float at(int x, int y) const {
-    if (!picture_.contrast.contains(x, y)) return 0;
+    if (!picture_.contrast.contains(x, y)) {
+      return 0;
+    }
     const int label = picture_.components.labels.at(x, y);
-    if (label >= 0 && !mine_[label]) return 0;
+    if (label >= 0 && !mine_[label]) {
+      return 0;
+    }
     return std::min(1.0F, picture_.contrast.at(x, y) * unit_);
   }
 
@@ -75,8 +85,12 @@ LinePicture drawLine(const Segmentation& picture, const TextLine& line) {
   double scale = std::min(kMaxScale, kCapitals / line.height());
   const double room = kRows - 2 * kRim;
   double shrink = std::min(1.0, (baseline - kRim) / (above * scale));
-  if (below > 0) shrink = std::min(shrink, (kRows - kRim - baseline) / (below * scale));
-  if (shrink < kMinShrink) shrink = std::min(1.0, room / ((above + below) * scale));
+  if (below > 0) {
+    shrink = std::min(shrink, (kRows - kRim - baseline) / (below * scale));
+  }
+  if (shrink < kMinShrink) {
+    shrink = std::min(1.0, room / ((above + below) * scale));
+  }
   scale *= shrink;
   baseline = std::max(baseline, above * scale + kRim);
   baseline = std::min(baseline, kRows - kRim - below * scale);
@@ -94,7 +108,9 @@ LinePicture drawLine(const Segmentation& picture, const TextLine& line) {
     const Taps taps = tapsAt(drawn.sourceColumn(x + 0.5));
     for (int y = 0; y < rows; ++y) {
       float sum = 0;
-      for (int i = 0; i < 4; ++i) sum += taps.weights[i] * ink.at(taps.first + i, firstRow + y);
+      for (int i = 0; i < 4; ++i) {
+        sum += taps.weights[i] * ink.at(taps.first + i, firstRow + y);
+      }
       wide.at(x, y) = sum;
     }
   }
@@ -103,7 +119,9 @@ LinePicture drawLine(const Segmentation& picture, const TextLine& line) {
     const Taps taps = tapsAt(top + (y + 0.5) / scale);
     for (int x = 0; x < columns; ++x) {
       float sum = 0;
-      for (int i = 0; i < 4; ++i) sum += taps.weights[i] * wide.at(x, taps.first + i - firstRow);
+      for (int i = 0; i < 4; ++i) {
+        sum += taps.weights[i] * wide.at(x, taps.first + i - firstRow);
+      }
       drawn.pixels.at(x, y) = static_cast<std::uint8_t>(std::lround(255 * (1 - std::clamp(sum, 0.0F, 1.0F))));
     }
   }

@@ -41,11 +41,17 @@ void mendKeyNames(std::string& text) {
   static constexpr std::array<std::string_view, 10> kMisreadings = {"Ctril", "Ctrll", "Ctri", "Ctr1", "Ctr|",
                                                                     "CtrI",  "Ctrt",  "Ctr",  "Ctl",  "Cirl"};
   for (std::size_t at = 0; (at = text.find('C', at)) != std::string::npos; ++at) {
-    if (at > 0 && std::strchr(" +(", text[at - 1]) == nullptr) continue;
+    if (at > 0 && std::strchr(" +(", text[at - 1]) == nullptr) {
+      continue;
+    }
     for (const std::string_view wrong : kMisreadings) {
       const std::size_t end = at + wrong.size();
-      if (text.compare(at, wrong.size(), wrong) != 0) continue;
-      if (end == text.size() || text[end] == '+' || text[end] == ' ') text.replace(at, wrong.size(), "Ctrl");
+      if (text.compare(at, wrong.size(), wrong) != 0) {
+        continue;
+      }
+      if (end == text.size() || text[end] == '+' || text[end] == ' ') {
+        text.replace(at, wrong.size(), "Ctrl");
+      }
       break;
     }
   }
@@ -54,7 +60,9 @@ void mendKeyNames(std::string& text) {
     for (std::size_t at = 0; (at = text.find(modifier, at)) != std::string::npos;) {
       at += modifier.size();
       const bool single = at + 1 == text.size() || (at + 1 < text.size() && text[at + 1] == ' ');
-      if (single && isLower(text[at])) text[at] = static_cast<char>(text[at] - 'a' + 'A');
+      if (single && isLower(text[at])) {
+        text[at] = static_cast<char>(text[at] - 'a' + 'A');
+      }
     }
   }
 }
@@ -73,7 +81,9 @@ class LineReader {
     tellBars();
     std::string text;
     for (const Letter& letter : letters_) {
-      if (letter.space && !text.empty()) text += ' ';
+      if (letter.space && !text.empty()) {
+        text += ' ';
+      }
       text += letter.text;
     }
     mendKeyNames(text);
@@ -89,7 +99,9 @@ class LineReader {
 
   static double pitchOf(const std::vector<Glyph>& glyphs, const TextLine& line) {
     std::vector<double> middles;
-    for (const Glyph& glyph : glyphs) middles.push_back(glyph.box.middle());
+    for (const Glyph& glyph : glyphs) {
+      middles.push_back(glyph.box.middle());
+    }
     return fixedPitch(middles, line.height());
   }
 
@@ -101,9 +113,13 @@ class LineReader {
       const Symbol& symbol = symbols_[i];
       const Match& match = matches[i];
       space |= symbol.beginsWord && i > 0;
-      if (match.glyph < 0 && (symbol.text.size() > 1 || isOneOf(symbol.text, ".,'`-_:;~\"|"))) continue;
+      if (match.glyph < 0 && (symbol.text.size() > 1 || isOneOf(symbol.text, ".,'`-_:;~\"|"))) {
+        continue;
+      }
       if (i > 0 && match.glyph >= 0 && match.glyph == matches[i - 1].glyph) {
-        if (isSmallFormOf(symbol.text, symbols_[i - 1].text)) continue;
+        if (isSmallFormOf(symbol.text, symbols_[i - 1].text)) {
+          continue;
+        }
         if (isSmallFormOf(symbols_[i - 1].text, symbol.text)) {
           letters_.back().text = symbol.text;
           continue;
@@ -122,12 +138,16 @@ class LineReader {
   /// Spaces, where the gap leaves no doubt.
   void setSpaces() {
     for (std::size_t i = 1; i < letters_.size(); ++i) {
-      if (!letters_[i].glyph || !letters_[i - 1].glyph) continue;
+      if (!letters_[i].glyph || !letters_[i - 1].glyph) {
+        continue;
+      }
       const int gap = letters_[i].glyph->box.x - letters_[i - 1].glyph->box.right();
       if (pitch_ > 0) {
         letters_[i].space = gap >= kFixedApart * pitch_;
       } else if (gap > kSurelyApart * line_.height()) {
-        if (letters_[i].text != "!") letters_[i].space = true;  // which has much room of its own
+        if (letters_[i].text != "!") {
+          letters_[i].space = true;  // which has much room of its own
+        }
       } else if (gap >= kUnitApart * line_.height() && isDigit(only(letters_[i - 1].text)) &&
                  letters_[i - 1].text != "1" && isUpper(only(letters_[i].text))) {
         letters_[i].space = true;
@@ -142,9 +162,13 @@ class LineReader {
   [[nodiscard]] std::optional<double> usualRise(std::string_view set) const {
     std::vector<int> rises;
     for (const Letter& letter : letters_) {
-      if (letter.glyph && isOneOf(letter.text, set)) rises.push_back(riseOf(letter));
+      if (letter.glyph && isOneOf(letter.text, set)) {
+        rises.push_back(riseOf(letter));
+      }
     }
-    if (rises.empty()) return {};
+    if (rises.empty()) {
+      return {};
+    }
     const auto middle = rises.begin() + static_cast<std::ptrdiff_t>(rises.size() / 2);
     std::nth_element(rises.begin(), middle, rises.end());
     return *middle;
@@ -155,13 +179,23 @@ class LineReader {
   void setCase() {
     std::optional<double> small = usualRise("aemnr");
     std::optional<double> large = usualRise("ABDEFGHIKLMNPRTYbdhkl0123456789");
-    if (!small && !large) return;
-    if (!small) small = kSmallLetters * *large;
-    if (!large) large = *small / kSmallLetters;
-    if (*large - *small < kMinRise) return;
+    if (!small && !large) {
+      return;
+    }
+    if (!small) {
+      small = kSmallLetters * *large;
+    }
+    if (!large) {
+      large = *small / kSmallLetters;
+    }
+    if (*large - *small < kMinRise) {
+      return;
+    }
     for (std::size_t i = 0; i < letters_.size(); ++i) {
       Letter& letter = letters_[i];
-      if (!letter.glyph) continue;
+      if (!letter.glyph) {
+        continue;
+      }
       const char before = i == 0 || letter.space ? '\0' : only(letters_[i - 1].text);
       const bool first = !isLetter(before) && !isDigit(before);
       const int rise = riseOf(letter);
@@ -186,16 +220,24 @@ class LineReader {
   void tellRings() {
     for (std::size_t i = 0; i < letters_.size(); ++i) {
       Letter& letter = letters_[i];
-      if (!letter.glyph) continue;
+      if (!letter.glyph) {
+        continue;
+      }
       const double aspect = static_cast<double>(letter.glyph->box.width) / letter.glyph->box.height;
       const auto [before, next] = neighboursOf(i);
       const bool besideDigit = isDigit(before) || isDigit(next);
       const bool amongDigits = (!before || isDigit(before)) && (!next || isDigit(next));
       const bool sign = letter.text == "©" || letter.text == "®" || letter.text == "@";
-      if (sign && aspect <= kNarrowSign && amongDigits) letter.text = "0";
+      if (sign && aspect <= kNarrowSign && amongDigits) {
+        letter.text = "0";
+      }
       const bool besideLetter = isLetter(before) || isLetter(next);
-      if (letter.text == "0" && aspect >= kRoundRing && besideLetter && !besideDigit) letter.text = "O";
-      if (letter.text == "O" && aspect <= kNarrowRing && besideDigit) letter.text = "0";
+      if (letter.text == "0" && aspect >= kRoundRing && besideLetter && !besideDigit) {
+        letter.text = "O";
+      }
+      if (letter.text == "O" && aspect <= kNarrowRing && besideDigit) {
+        letter.text = "0";
+      }
     }
   }
 
@@ -206,25 +248,39 @@ class LineReader {
       if (!letter.glyph) {
         // A bar that stands alone among words: separators are not followed by small letters.
         const bool alone = !before && !next && i + 1 < letters_.size();
-        if (letter.text == "|" && pitch_ == 0 && alone && isLower(only(letters_[i + 1].text))) letter.text = "I";
+        if (letter.text == "|" && pitch_ == 0 && alone && isLower(only(letters_[i + 1].text))) {
+          letter.text = "I";
+        }
         continue;
       }
       switch (letter.glyph->shape) {
         case Glyph::Shape::bar:
-          if (letter.text == "1" && !isLetter(before) && !isLetter(next)) break;
-          if (isOneOf(letter.text, "iIl|!1")) letter.text = barLetter(i);
+          if (letter.text == "1" && !isLetter(before) && !isLetter(next)) {
+            break;
+          }
+          if (isOneOf(letter.text, "iIl|!1")) {
+            letter.text = barLetter(i);
+          }
           break;
         case Glyph::Shape::dottedBar:
-          if (isOneOf(letter.text, "Il|1!") || letter.text.size() > 1) letter.text = "i";
+          if (isOneOf(letter.text, "Il|1!") || letter.text.size() > 1) {
+            letter.text = "i";
+          }
           break;
         case Glyph::Shape::barOverDot:
-          if (isOneOf(letter.text, "Il|1i")) letter.text = "!";
+          if (isOneOf(letter.text, "Il|1i")) {
+            letter.text = "!";
+          }
           break;
         case Glyph::Shape::plus:
-          if (isOneOf(letter.text, "-_~=") || letter.text.size() > 1) letter.text = "+";
+          if (isOneOf(letter.text, "-_~=") || letter.text.size() > 1) {
+            letter.text = "+";
+          }
           break;
         case Glyph::Shape::slash:
-          if (isOneOf(letter.text, "Il|1iJft[")) letter.text = "/";
+          if (isOneOf(letter.text, "Il|1iJft[")) {
+            letter.text = "/";
+          }
           break;
         default:
           break;
@@ -239,21 +295,39 @@ class LineReader {
     const auto [before, next] = neighboursOf(i);
     const PixelBox& box = letter.glyph->box;
     const double height = line_.height();
-    if (box.bottom() > line_.baseline + 0.12 * height && box.height > 1.15 * height) return '|';
-    if (isLower(before)) return 'l';
-    if (before == '-') return read == 'I' && next ? 'I' : 'l';
+    if (box.bottom() > line_.baseline + 0.12 * height && box.height > 1.15 * height) {
+      return '|';
+    }
+    if (isLower(before)) {
+      return 'l';
+    }
+    if (before == '-') {
+      return read == 'I' && next ? 'I' : 'l';
+    }
     if (isUpper(before)) {
-      if (isLower(next)) return 'l';
-      if (isUpper(next)) return 'I';
+      if (isLower(next)) {
+        return 'l';
+      }
+      if (isUpper(next)) {
+        return 'I';
+      }
       return read == 'l' || read == 'i' ? 'l' : 'I';
     }
-    if (isDigit(before)) return read == 'i' ? 'l' : read == '|' || read == '!' ? 'I' : read;
+    if (isDigit(before)) {
+      return read == 'i' ? 'l' : read == '|' || read == '!' ? 'I' : read;
+    }
     // From here on it begins a word: English has no word that begins with l and another consonant.
-    if (!next) return !before || read == 'I' || read == '|' ? 'I' : 'l';
+    if (!next) {
+      return !before || read == 'I' || read == '|' ? 'I' : 'l';
+    }
     const Letter& following = letters_[i + 1];
     const bool barFollows = following.glyph && following.glyph->shape == Glyph::Shape::bar;
-    if (barFollows || isUpper(next)) return 'I';
-    if (isLower(next)) return isVowel(next) && read != 'I' ? 'l' : 'I';
+    if (barFollows || isUpper(next)) {
+      return 'I';
+    }
+    if (isLower(next)) {
+      return isVowel(next) && read != 'I' ? 'l' : 'I';
+    }
     return read == 'l' ? 'l' : 'I';
   }
 

@@ -40,8 +40,12 @@ GrayPlane markAbove(const GrayPlane& contrast, int least) {
 /// The pixels above and below (x, y) without a break, itself included, counted to one more than a rule may have.
 int thickness(const GrayPlane& mask, int x, int y) {
   int count = 1;
-  for (int i = y - 1; i >= 0 && mask.at(x, i) && count <= kRuleThickness; --i) ++count;
-  for (int i = y + 1; i < mask.height && mask.at(x, i) && count <= kRuleThickness; ++i) ++count;
+  for (int i = y - 1; i >= 0 && mask.at(x, i) && count <= kRuleThickness; --i) {
+    ++count;
+  }
+  for (int i = y + 1; i < mask.height && mask.at(x, i) && count <= kRuleThickness; ++i) {
+    ++count;
+  }
   return count;
 }
 
@@ -50,12 +54,22 @@ GrayPlane markHorizontalRules(const GrayPlane& mask) {
   GrayPlane rules(mask.width, mask.height);
   for (int y = 0; y < mask.height; ++y) {
     for (int x = 0, end = 0; x < mask.width; x = end + 1) {
-      for (end = x; end < mask.width && mask.at(end, y);) ++end;
-      if (end - x < kRuleLength) continue;
+      for (end = x; end < mask.width && mask.at(end, y);) {
+        ++end;
+      }
+      if (end - x < kRuleLength) {
+        continue;
+      }
       int thin = 0;
-      for (int i = x; i < end; ++i) thin += thickness(mask, i, y) <= kRuleThickness;
-      if (thin * 10 < (end - x) * 7) continue;
-      for (int i = x; i < end; ++i) rules.at(i, y) = thickness(mask, i, y) <= kRuleThickness;
+      for (int i = x; i < end; ++i) {
+        thin += thickness(mask, i, y) <= kRuleThickness;
+      }
+      if (thin * 10 < (end - x) * 7) {
+        continue;
+      }
+      for (int i = x; i < end; ++i) {
+        rules.at(i, y) = thickness(mask, i, y) <= kRuleThickness;
+      }
     }
   }
   return rules;
@@ -71,12 +85,18 @@ GrayPlane markBorders(const GrayPlane& contrast) {
   const Components outlines = findComponents(faint, contrast);
   std::vector<bool> isBorder(outlines.all.size(), false);
   for (std::size_t i = 0; i < marks.pixels.size(); ++i) {
-    if (!marks.pixels[i]) continue;
+    if (!marks.pixels[i]) {
+      continue;
+    }
     const PixelBox& box = outlines.all[outlines.labels.pixels[i]].box;
-    if (box.height >= kBorderHeight || isCutOff(box, contrast.height)) isBorder[outlines.labels.pixels[i]] = true;
+    if (box.height >= kBorderHeight || isCutOff(box, contrast.height)) {
+      isBorder[outlines.labels.pixels[i]] = true;
+    }
   }
   for (std::size_t i = 0; i < marks.pixels.size(); ++i) {
-    if (faint.pixels[i] && isBorder[outlines.labels.pixels[i]]) marks.pixels[i] = 1;
+    if (faint.pixels[i] && isBorder[outlines.labels.pixels[i]]) {
+      marks.pixels[i] = 1;
+    }
   }
   return marks;
 }
@@ -84,29 +104,41 @@ GrayPlane markBorders(const GrayPlane& contrast) {
 /// Marks ink: what stands out from its surface, without borders and without the smoothed rims of stronger shapes.
 GrayPlane markInk(const GrayPlane& contrast, const GrayPlane& borders) {
   GrayPlane mask = markAbove(contrast, kMinContrast);
-  for (std::size_t i = 0; i < mask.pixels.size(); ++i) mask.pixels[i] = mask.pixels[i] && !borders.pixels[i];
+  for (std::size_t i = 0; i < mask.pixels.size(); ++i) {
+    mask.pixels[i] = mask.pixels[i] && !borders.pixels[i];
+  }
   const Components rough = findComponents(mask, contrast);
   for (std::size_t i = 0; i < mask.pixels.size(); ++i) {
-    if (mask.pixels[i]) mask.pixels[i] = contrast.pixels[i] > kRimShare * rough.all[rough.labels.pixels[i]].peak;
+    if (mask.pixels[i]) {
+      mask.pixels[i] = contrast.pixels[i] > kRimShare * rough.all[rough.labels.pixels[i]].peak;
+    }
   }
   return mask;
 }
 
 ShapeKind kindOf(const Component& component, int pictureHeight) {
   const auto [x, y, width, height] = component.box;
-  if (height > kMaxLetterHeight) return ShapeKind::barrier;
+  if (height > kMaxLetterHeight) {
+    return ShapeKind::barrier;
+  }
   if (width <= kRuleThickness && height >= kMinLetterHeight && isCutOff(component.box, pictureHeight)) {
     return ShapeKind::barrier;
   }
-  if (std::min(width, height) <= kRuleThickness && std::max(width, height) >= kRuleLength) return ShapeKind::barrier;
-  if (std::min(width, height) >= kPatchSide && component.area > kPatchFill * width * height) return ShapeKind::barrier;
+  if (std::min(width, height) <= kRuleThickness && std::max(width, height) >= kRuleLength) {
+    return ShapeKind::barrier;
+  }
+  if (std::min(width, height) >= kPatchSide && component.area > kPatchFill * width * height) {
+    return ShapeKind::barrier;
+  }
   return height >= kMinLetterHeight ? ShapeKind::letter : ShapeKind::mark;
 }
 
 /// Whether a thin stroke that may be the side of something is rather a letter's, as another one close beside it tells.
 bool isBarBeside(const PixelBox& stroke, const PixelBox& letter) {
   const int gap = columnsBetween(stroke, letter);
-  if (stroke.height < kRuleLength) return gap <= kRuleThickness && commonRows(stroke, letter) * 2 >= stroke.height;
+  if (stroke.height < kRuleLength) {
+    return gap <= kRuleThickness && commonRows(stroke, letter) * 2 >= stroke.height;
+  }
   // In large type: on the same baseline.
   return gap <= kBarGap * stroke.height && letter.height >= kSmallLetter * stroke.height &&
          std::abs(stroke.bottom() - letter.bottom()) <= 1;
@@ -115,9 +147,13 @@ bool isBarBeside(const PixelBox& stroke, const PixelBox& letter) {
 void restoreBars(const Components& components, std::vector<ShapeKind>& kinds) {
   for (std::size_t i = 0; i < kinds.size(); ++i) {
     const PixelBox& box = components.all[i].box;
-    if (kinds[i] != ShapeKind::barrier || box.width > kRuleThickness || box.height > kMaxLetterHeight) continue;
+    if (kinds[i] != ShapeKind::barrier || box.width > kRuleThickness || box.height > kMaxLetterHeight) {
+      continue;
+    }
     for (std::size_t j = 0; j < kinds.size() && kinds[i] == ShapeKind::barrier; ++j) {
-      if (kinds[j] == ShapeKind::letter && isBarBeside(box, components.all[j].box)) kinds[i] = ShapeKind::letter;
+      if (kinds[j] == ShapeKind::letter && isBarBeside(box, components.all[j].box)) {
+        kinds[i] = ShapeKind::letter;
+      }
     }
   }
 }
@@ -133,7 +169,9 @@ std::vector<ShapeKind> kindsOf(const Components& components) {
     }
   }
   restoreBars(components, kinds);
-  if (heights.empty()) return kinds;
+  if (heights.empty()) {
+    return kinds;
+  }
   const auto usual = heights.begin() + static_cast<std::ptrdiff_t>(heights.size() / 2);
   std::nth_element(heights.begin(), usual, heights.end());
   const double side = std::max<double>(kMinSideHeight, kSideFactor * *usual);
@@ -157,7 +195,9 @@ Segmentation findLines(const Plane<Colour>& picture) {
   found.components = findComponents(ink, found.contrast);
   const std::vector<ShapeKind> kinds = kindsOf(found.components);
   for (std::size_t i = 0; i < ink.pixels.size(); ++i) {
-    if (ink.pixels[i] && kinds[found.components.labels.pixels[i]] == ShapeKind::barrier) barriers.pixels[i] = 1;
+    if (ink.pixels[i] && kinds[found.components.labels.pixels[i]] == ShapeKind::barrier) {
+      barriers.pixels[i] = 1;
+    }
   }
   found.lines = LineBuilder(found, barriers, kinds).build();
   return found;

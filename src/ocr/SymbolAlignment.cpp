@@ -35,7 +35,9 @@ void pairWords(const std::vector<Symbol>& symbols, const std::vector<Glyph>& gly
                std::vector<Match>& matches) {
   std::size_t glyph = 0;
   for (std::size_t begin = 0, end = 0; begin < symbols.size(); begin = end) {
-    for (end = begin + 1; end < symbols.size() && !symbols[end].beginsWord;) ++end;
+    for (end = begin + 1; end < symbols.size() && !symbols[end].beginsWord;) {
+      ++end;
+    }
     // The word's glyphs reach to the middle of the gap behind it.
     std::size_t last = glyph;
     while (last < glyphs.size() &&
@@ -47,7 +49,9 @@ void pairWords(const std::vector<Symbol>& symbols, const std::vector<Glyph>& gly
       const double middle = (symbols[i].left + symbols[i].right) / 2;
       paired = std::abs(middle - glyphs[glyph + i - begin].box.middle()) <= kMaxDisplacement * letterHeight;
     }
-    for (std::size_t i = begin; paired && i < end; ++i) matches[i] = {static_cast<int>(glyph + i - begin), 1, true};
+    for (std::size_t i = begin; paired && i < end; ++i) {
+      matches[i] = {static_cast<int>(glyph + i - begin), 1, true};
+    }
     glyph = last;
   }
 }
@@ -69,7 +73,9 @@ std::vector<Match> align(const std::vector<Symbol>& symbols, const std::vector<G
     for (int j = 0; j <= glyphCount; ++j) {
       Step& here = steps.at(j, i);
       const auto take = [&](int symbolsTaken, int glyphsTaken) {
-        if (symbolsTaken > i || glyphsTaken > j) return;
+        if (symbolsTaken > i || glyphsTaken > j) {
+          return;
+        }
         double cost = steps.at(j - glyphsTaken, i - symbolsTaken).cost;
         if (symbolsTaken == 0 || glyphsTaken == 0) {
           cost += kLeftOver;
@@ -78,10 +84,14 @@ std::vector<Match> align(const std::vector<Symbol>& symbols, const std::vector<G
           cost += (sharing > 1 ? sharing * kShared : 0) +
                   distance(i - symbolsTaken, symbolsTaken, j - glyphsTaken, glyphsTaken);
           if (isLetterOrDigit(symbols[i - 1])) {
-            for (int k = j - glyphsTaken; k < j; ++k) cost += isMark(glyphs[k].shape) ? kMismatch : 0;
+            for (int k = j - glyphsTaken; k < j; ++k) {
+              cost += isMark(glyphs[k].shape) ? kMismatch : 0;
+            }
           }
         }
-        if (cost < here.cost) here = {cost, symbolsTaken, glyphsTaken};
+        if (cost < here.cost) {
+          here = {cost, symbolsTaken, glyphsTaken};
+        }
       };
       take(1, 0);
       take(0, 1);
@@ -97,9 +107,13 @@ std::vector<Match> align(const std::vector<Symbol>& symbols, const std::vector<G
     const auto [cost, symbolsTaken, glyphsTaken] = steps.at(j, i);
     i -= symbolsTaken;
     j -= glyphsTaken;
-    if (glyphsTaken == 0) continue;
+    if (glyphsTaken == 0) {
+      continue;
+    }
     const bool certain = symbolsTaken == 1 && glyphsTaken == 1 && distance(i, 1, j, 1) <= kCertainDistance;
-    for (int k = 0; k < symbolsTaken; ++k) matches[i + k] = {j, glyphsTaken, certain};
+    for (int k = 0; k < symbolsTaken; ++k) {
+      matches[i + k] = {j, glyphsTaken, certain};
+    }
   }
   pairWords(symbols, glyphs, letterHeight, matches);
   return matches;

@@ -52,13 +52,19 @@ std::vector<Symbol> TesseractEngine::read(const LinePicture& line) {
   api_.SetImage(pixels.pixels.data(), pixels.width, pixels.height, 1, pixels.width);
   api_.SetSourceResolution(kResolution);
   std::vector<Symbol> symbols;
-  if (api_.Recognize(nullptr) != 0) return symbols;
+  if (api_.Recognize(nullptr) != 0) {
+    return symbols;
+  }
   const std::unique_ptr<tesseract::ResultIterator> result(api_.GetIterator());
-  if (!result) return symbols;
+  if (!result) {
+    return symbols;
+  }
   do {
     const std::unique_ptr<char[]> text(result->GetUTF8Text(tesseract::RIL_SYMBOL));
     int left = 0, top = 0, right = 0, bottom = 0;
-    if (!text || !result->BoundingBox(tesseract::RIL_SYMBOL, &left, &top, &right, &bottom)) continue;
+    if (!text || !result->BoundingBox(tesseract::RIL_SYMBOL, &left, &top, &right, &bottom)) {
+      continue;
+    }
     symbols.push_back({text.get(), line.sourceColumn(left), line.sourceColumn(right),
                        result->Confidence(tesseract::RIL_SYMBOL), result->IsAtBeginningOf(tesseract::RIL_WORD)});
   } while (result->Next(tesseract::RIL_SYMBOL));

@@ -60,7 +60,9 @@ std::vector<Band> bandsOf(const Bitmap& picture) {
     const bool last = begin + rows >= picture.height;
     const int end = last ? picture.height : begin + rows;
     bands.push_back({begin, end, begin == 0 ? 0 : begin + kBandOverlap / 2, last ? end : end - kBandOverlap / 2});
-    if (last) return bands;
+    if (last) {
+      return bands;
+    }
   }
 }
 
@@ -95,7 +97,9 @@ class PictureReader {
                        [&](const Band& a, const Band& b) { return distance(a) < distance(b); });
     }
     for (const Band& band : bands) {
-      if (isOver()) break;
+      if (isOver()) {
+        break;
+      }
       readBand(band);
     }
     putInReadingOrder(texts_);
@@ -110,7 +114,9 @@ class PictureReader {
     std::vector<const TextLine*> lines;
     for (const TextLine& line : found.lines) {
       const int middle = band.begin + line.box.y + line.box.height / 2;
-      if (middle >= band.ownBegin && middle < band.ownEnd) lines.push_back(&line);
+      if (middle >= band.ownBegin && middle < band.ownEnd) {
+        lines.push_back(&line);
+      }
     }
     if (focus_) {
       const CGPoint focus = {focus_->x, focus_->y - band.begin};
@@ -119,10 +125,14 @@ class PictureReader {
       });
     }
     for (const TextLine* line : lines) {
-      if (isOver()) return;
+      if (isOver()) {
+        return;
+      }
       ++linesRead_;
       std::string text = textOf(found, *line);
-      if (text.empty()) continue;
+      if (text.empty()) {
+        continue;
+      }
       texts_.push_back({std::move(text), {line->box.x, band.begin + line->box.y, line->box.width, line->box.height}});
     }
   }
@@ -130,8 +140,12 @@ class PictureReader {
   std::string textOf(const Segmentation& found, const TextLine& line) {
     const std::vector<Symbol> symbols = engine_.read(drawLine(found, line));
     double confidence = 0;
-    for (const Symbol& symbol : symbols) confidence += symbol.confidence;
-    if (confidence < kMinConfidence * static_cast<double>(symbols.size())) return {};
+    for (const Symbol& symbol : symbols) {
+      confidence += symbol.confidence;
+    }
+    if (confidence < kMinConfidence * static_cast<double>(symbols.size())) {
+      return {};
+    }
     return readLine(symbols, findGlyphs(found, line), line);
   }
 
@@ -174,7 +188,9 @@ port::TextAnswer TesseractTextRecognition::recognize(const port::Image& image, c
   try {
     const CGRect extent = image.extent();
     std::optional<CGPoint> focus = request.focus;
-    if (focus && !(std::isfinite(focus->x) && std::isfinite(focus->y))) focus.reset();
+    if (focus && !(std::isfinite(focus->x) && std::isfinite(focus->y))) {
+      focus.reset();
+    }
     port::Image part = image;
     if (focus) {  // from here on with the image's origin, and inside the image
       focus = {extent.origin.x + std::clamp(focus->x, 0.0, extent.size.width),
@@ -182,9 +198,13 @@ port::TextAnswer TesseractTextRecognition::recognize(const port::Image& image, c
       part = image.cropped({{focus->x - kWindow.width / 2, focus->y - kWindow.height / 2}, kWindow});
     }
     const Bitmap picture = part.render();
-    if (picture.width <= 0 || picture.height <= 0) return std::vector<port::TextObservation>();
+    if (picture.width <= 0 || picture.height <= 0) {
+      return std::vector<port::TextObservation>();
+    }
     const PixelEdges edges(part.extent());
-    if (focus) focus = {focus->x - edges.left, edges.top - focus->y};
+    if (focus) {
+      focus = {focus->x - edges.left, edges.top - focus->y};
+    }
     std::vector<port::TextObservation> observations;
     for (FoundText& found : PictureReader(engine_, picture, focus, deadline).read()) {
       observations.push_back({{std::move(found.text)}, normalized(found.box, edges, extent)});

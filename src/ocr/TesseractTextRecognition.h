@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/TextRecognition.h"
 #include "ocr/TesseractEngine.h"
+#include "platform/TextRecognition.h"
 
 namespace zqlogging::ocr {
 

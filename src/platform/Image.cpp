@@ -20,8 +20,7 @@ bool hasPixels(const PixelBuffer& frame) {
 }
 
 bool isEmpty(CGRect rect) {
-  return !(rect.size.width > 0 && rect.size.height > 0 && std::isfinite(rect.origin.x) &&
-           std::isfinite(rect.origin.y));
+  return !(rect.size.width > 0 && rect.size.height > 0 && std::isfinite(rect.origin.x) && std::isfinite(rect.origin.y));
 }
 
 CGRect intersection(CGRect a, CGRect b) {
@@ -39,7 +38,8 @@ CGRect intersection(CGRect a, CGRect b) {
 
 Image::Image(PixelBuffer frame)
     : frame_(std::move(frame)),
-      extent_{{0, 0}, {static_cast<double>(std::max(frame_.width, 0)), static_cast<double>(std::max(frame_.height, 0))}} {}
+      extent_{{0, 0},
+              {static_cast<double>(std::max(frame_.width, 0)), static_cast<double>(std::max(frame_.height, 0))}} {}
 
 Image Image::cropped(CGRect rect) const {
   Image result = *this;
@@ -49,7 +49,8 @@ Image Image::cropped(CGRect rect) const {
 
 Image Image::scaled(double sx, double sy) const {
   Image result = *this;
-  result.extent_ = {{extent_.origin.x * sx, extent_.origin.y * sy}, {extent_.size.width * sx, extent_.size.height * sy}};
+  result.extent_ = {{extent_.origin.x * sx, extent_.origin.y * sy},
+                    {extent_.size.width * sx, extent_.size.height * sy}};
   result.scaleX_ *= sx;
   result.scaleY_ *= sy;
   result.offsetX_ *= sx;
@@ -119,8 +120,9 @@ Bitmap cutOut(const Bitmap& bitmap, CGRect box) {
   const std::size_t rowBytes = kBytesPerPixel * static_cast<std::size_t>(result.width);
   result.pixels.resize(rowBytes * static_cast<std::size_t>(result.height));
   for (int row = 0; row < result.height; ++row) {
-    const std::size_t from = kBytesPerPixel * (static_cast<std::size_t>(top + row) * static_cast<std::size_t>(bitmap.width) +
-                                               static_cast<std::size_t>(left));
+    const std::size_t from =
+        kBytesPerPixel *
+        (static_cast<std::size_t>(top + row) * static_cast<std::size_t>(bitmap.width) + static_cast<std::size_t>(left));
     std::memcpy(result.pixels.data() + static_cast<std::size_t>(row) * rowBytes, bitmap.pixels.data() + from, rowBytes);
   }
   return result;

@@ -32,7 +32,7 @@ struct Result {
   T value{};
 
   Result() = default;
-  Result(T v) : value(std::move(v)) {}       // NOLINT: a value is a success
+  Result(T v) : value(std::move(v)) {}           // NOLINT: a value is a success
   Result(ResultCode failure) : code(failure) {}  // NOLINT: a code is a failure
   explicit operator bool() const { return code == ResultCode::success; }
 };

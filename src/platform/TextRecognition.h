@@ -11,7 +11,7 @@ namespace zqlogging::port {
 
 struct TextRequest {
   std::vector<std::string> languages = {"en"};
-  bool accurate = true;            ///< rather than fast
+  bool accurate = true;  ///< rather than fast
   bool languageCorrection = true;
   /// Where the click is, in pixels from the top-left corner of the picture: lines near it matter most.
   std::optional<CGPoint> focus;

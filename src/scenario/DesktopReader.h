@@ -4,8 +4,8 @@
 #include <string_view>
 #include <vector>
 
-#include "scripted/ScriptedPlatform.h"
 #include "json/JsonCursor.h"
+#include "scripted/ScriptedPlatform.h"
 
 namespace zqlogging {
 

@@ -35,7 +35,9 @@ Scenario::Scenario(std::string_view json) : player_(std::make_unique<Player>()) 
 Scenario::~Scenario() = default;
 
 void Scenario::play(const std::function<void(const std::string& line)>& print) {
-  if (!player_) throw std::logic_error("a scenario is played once");
+  if (!player_) {
+    throw std::logic_error("a scenario is played once");
+  }
   const auto player = std::move(player_);
   ScenarioRun(player->platform, print).play(player->steps);
 }

@@ -37,7 +37,9 @@ void ScenarioDelegate::onLogChunkAvailable(const std::vector<EventDictionary>& e
       {{"onLogChunkAvailable",
         JsonValue::Object{{"events", JsonValue::parse(jsonText(events))}, {"text", text}, {"last", isLastChunk}}}});
   const Answer answer = answer_;
-  if (answer != Answer::never) completion(answer == Answer::yes);
+  if (answer != Answer::never) {
+    completion(answer == Answer::yes);
+  }
 }
 
 void ScenarioDelegate::onBlackListed(const std::string& elementName, const std::string& elementPath,

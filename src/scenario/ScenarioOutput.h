@@ -20,7 +20,9 @@ class ScenarioOutput {
   void line(JsonValue::Object object) {
     const std::string text = JsonValue(std::move(object)).text();
     const std::lock_guard lock(mutex_);
-    if (failure_) return;
+    if (failure_) {
+      return;
+    }
     try {
       print_(text);
     } catch (...) {
@@ -29,7 +31,9 @@ class ScenarioOutput {
   }
   void rethrowFailure() {
     const std::lock_guard lock(mutex_);
-    if (failure_) std::rethrow_exception(failure_);
+    if (failure_) {
+      std::rethrow_exception(failure_);
+    }
   }
 
  private:

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "scripted/ScriptedPlatform.h"
 #include "scenario/ScenarioDelegate.h"
 #include "scenario/ScenarioOutput.h"
+#include "scripted/ScriptedPlatform.h"
 #include "zqlogging/ZQLoggingervice.h"
 
 namespace zqlogging {

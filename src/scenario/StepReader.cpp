@@ -22,9 +22,13 @@ template <class T, std::size_t count>
 T readWord(const JsonCursor& word, const std::array<std::pair<std::string_view, T>, count>& words) {
   const std::string text = word.string();
   const auto found = std::ranges::find(words, text, [](const auto& entry) { return entry.first; });
-  if (found != words.end()) return found->second;
+  if (found != words.end()) {
+    return found->second;
+  }
   std::string known;
-  for (const auto& entry : words) known += (known.empty() ? "" : ", ") + std::string(entry.first);
+  for (const auto& entry : words) {
+    known += (known.empty() ? "" : ", ") + std::string(entry.first);
+  }
   word.fail("unknown word \"" + text + "\"; known are " + known);
 }
 
@@ -38,11 +42,13 @@ std::vector<std::string> readStrings(const std::optional<JsonCursor>& list) {
 }
 
 double readCoordinate(const JsonCursor& value) {
-  if (!value.isString()) return value.number();
-  constexpr double infinity = std::numeric_limits<double>::infinity();
-  static constexpr std::array<std::pair<std::string_view, double>, 3> words = {
-      {{"nan", std::numeric_limits<double>::quiet_NaN()}, {"inf", infinity}, {"-inf", -infinity}}};
-  return readWord(value, words);
+  if (!value.isString()) {
+    return value.number();
+  }
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  static constexpr std::array<std::pair<std::string_view, double>, 3> kWords = {
+      {{"nan", std::numeric_limits<double>::quiet_NaN()}, {"inf", kInfinity}, {"-inf", -kInfinity}}};
+  return readWord(value, kWords);
 }
 
 ScenarioStep readStart(JsonFields& fields, const ScriptedDesktop&) {
@@ -68,14 +74,14 @@ ScenarioStep readClearLogs(JsonFields&, const ScriptedDesktop&) {
 
 ScenarioStep readSet(JsonFields& fields, const ScriptedDesktop&) {
   using Flag = void (ZQLoggingervice::*)(bool);
-  static constexpr std::array<std::pair<std::string_view, Flag>, 4> flags = {{
+  static constexpr std::array<std::pair<std::string_view, Flag>, 4> kFlags = {{
       {"ocrEnabled", &ZQLoggingervice::setOcrEnabled},
       {"includeSiblings", &ZQLoggingervice::setIncludeSiblings},
       {"iterateDOM", &ZQLoggingervice::setIterateDOM},
       {"debuLogging", &ZQLoggingervice::setDebuLogging},
   }};
   std::vector<ScenarioStep> writes;
-  for (const auto& [name, set] : flags) {
+  for (const auto& [name, set] : kFlags) {
     if (const auto flag = fields.optional(name)) {
       writes.emplace_back([set = set, value = flag->boolean()](ScenarioRun& run) { (run.service().*set)(value); });
     }
@@ -91,7 +97,9 @@ ScenarioStep readSet(JsonFields& fields, const ScriptedDesktop&) {
     });
   }
   return [writes](ScenarioRun& run) {
-    for (const auto& write : writes) write(run);
+    for (const auto& write : writes) {
+      write(run);
+    }
   };
 }
 
@@ -116,7 +124,9 @@ ScenarioStep readExternal(JsonFields& fields, const ScriptedDesktop&) {
 
 ScenarioStep readRemoteCommand(JsonFields& fields, const ScriptedDesktop&) {
   std::optional<std::string> details;
-  if (const auto given = fields.optional("details"); given && !given->isNull()) details = given->string();
+  if (const auto given = fields.optional("details"); given && !given->isNull()) {
+    details = given->string();
+  }
   return [cli = fields.required("cli").string(), role = fields.required("role").string(),
           command = fields.required("command").string(),
           details](ScenarioRun& run) { run.service().logRemoteCommand(cli, role, command, details); };
@@ -145,17 +155,19 @@ ScenarioStep readNotify(JsonFields& fields, const ScriptedDesktop& desktop) {
 }
 
 ScenarioStep readAdvance(JsonFields& fields, const ScriptedDesktop&) {
-  constexpr double longest = 1e9;  // some thirty years
+  constexpr double kLongest = 1e9;  // some thirty years
   const auto seconds = fields.required("seconds");
-  if (!(seconds.number() >= 0 && seconds.number() <= longest)) seconds.fail("expected seconds from 0 to 1e9");
+  if (!(seconds.number() >= 0 && seconds.number() <= kLongest)) {
+    seconds.fail("expected seconds from 0 to 1e9");
+  }
   return [value = seconds.number()](ScenarioRun& run) { run.advance(value); };
 }
 
 ScenarioStep readAcknowledge(JsonFields& fields, const ScriptedDesktop&) {
   using Answer = ScenarioDelegate::Answer;
-  static constexpr std::array<std::pair<std::string_view, Answer>, 1> words = {{{"never", Answer::never}}};
+  static constexpr std::array<std::pair<std::string_view, Answer>, 1> kWords = {{{"never", Answer::never}}};
   const auto with = fields.required("with");
-  const Answer answer = with.isString() ? readWord(with, words) : with.boolean() ? Answer::yes : Answer::no;
+  const Answer answer = with.isString() ? readWord(with, kWords) : with.boolean() ? Answer::yes : Answer::no;
   return [answer](ScenarioRun& run) { run.delegate()->setAnswer(answer); };
 }
 
@@ -166,7 +178,9 @@ ScenarioStep readChange(JsonFields& fields, const ScriptedDesktop& desktop) {
   const bool removed = remove && remove->boolean();
   return [node, edit, removed](ScenarioRun& run) {
     run.platform().desktop().edit(node, edit);
-    if (removed) run.platform().desktop().remove(node);
+    if (removed) {
+      run.platform().desktop().remove(node);
+    }
   };
 }
 
@@ -193,15 +207,17 @@ ScenarioStep readTerminate(JsonFields& fields, const ScriptedDesktop& desktop) {
 }
 
 ScenarioStep readFrame(JsonFields& fields, const ScriptedDesktop&) {
-  constexpr std::int64_t largest = 16384;
+  constexpr std::int64_t kLargest = 16384;
   const auto measure = [&](std::string_view key) {
-    return static_cast<int>(fields.required(key).integer(-largest, largest));
+    return static_cast<int>(fields.required(key).integer(-kLargest, kLargest));
   };
   return [width = measure("width"), height = measure("height")](ScenarioRun& run) {
     const std::size_t bytesPerRow = 4 * static_cast<std::size_t>(std::max(width, 0));
     const auto pixels =
         std::make_shared<std::vector<std::uint8_t>>(bytesPerRow * static_cast<std::size_t>(std::max(height, 0)));
-    for (std::size_t alpha = 3; alpha < pixels->size(); alpha += 4) (*pixels)[alpha] = 255;
+    for (std::size_t alpha = 3; alpha < pixels->size(); alpha += 4) {
+      (*pixels)[alpha] = 255;
+    }
     run.service().setFrameForOcr({{pixels, pixels->data()}, width, height, bytesPerRow});
   };
 }
@@ -219,7 +235,9 @@ ScenarioStep readRecognizer(JsonFields& fields, const ScriptedDesktop&) {
     for (const auto& item : value.items()) {
       JsonFields result(item);
       auto& observation = observations.emplace_back();
-      if (const auto text = result.optional("text")) observation.candidates.push_back(text->string());
+      if (const auto text = result.optional("text")) {
+        observation.candidates.push_back(text->string());
+      }
       observation.boundingBox = readBox(result.required("box"));
       result.finish();
     }
@@ -236,14 +254,14 @@ ScenarioStep readRaise(JsonFields& fields, const ScriptedDesktop& desktop) {
 }
 
 ScenarioStep readSystem(JsonFields& fields, const ScriptedDesktop&) {
-  static constexpr std::array<std::pair<std::string_view, NotificationName>, 5> names = {{
+  static constexpr std::array<std::pair<std::string_view, NotificationName>, 5> kNames = {{
       {"willPowerOff", NotificationName::willPowerOff},
       {"willSleep", NotificationName::willSleep},
       {"screensDidWake", NotificationName::screensDidWake},
       {"screenLocked", NotificationName::screenLocked},
       {"screenUnlocked", NotificationName::screenUnlocked},
   }};
-  return [name = readWord(fields.required("name"), names)](ScenarioRun& run) {
+  return [name = readWord(fields.required("name"), kNames)](ScenarioRun& run) {
     run.platform().scriptedWorkspace().post({name, std::nullopt});
   };
 }
@@ -254,14 +272,18 @@ ScenarioStep readRestart(JsonFields& fields, const ScriptedDesktop&) {
 }
 
 std::string readHex(const JsonCursor& hex) {
-  static constexpr std::string_view digits = "0123456789abcdef";
+  static constexpr std::string_view kDigits = "0123456789abcdef";
   const auto value = [&](char c) {
-    const auto digit = digits.find(c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c);
-    if (digit == std::string_view::npos) hex.fail("expected hexadecimal digits");
+    const auto digit = kDigits.find(c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c);
+    if (digit == std::string_view::npos) {
+      hex.fail("expected hexadecimal digits");
+    }
     return digit;
   };
   const std::string text = hex.string();
-  if (text.size() % 2 != 0) hex.fail("expected two hexadecimal digits a byte");
+  if (text.size() % 2 != 0) {
+    hex.fail("expected two hexadecimal digits a byte");
+  }
   std::string bytes;
   for (std::size_t i = 0; i < text.size(); i += 2) {
     bytes.push_back(static_cast<char>(value(text[i]) * 16 + value(text[i + 1])));
@@ -279,12 +301,12 @@ ScenarioStep readWriteFile(JsonFields& fields, const ScriptedDesktop&) {
 
 ScenarioStep readBlockFile(JsonFields& fields, const ScriptedDesktop&) {
   using Block = std::optional<PrivateFolder::Block>;
-  static constexpr std::array<std::pair<std::string_view, Block>, 3> words = {{
+  static constexpr std::array<std::pair<std::string_view, Block>, 3> kWords = {{
       {"directory", PrivateFolder::Block::directory},
       {"noParent", PrivateFolder::Block::noParent},
       {"clear", std::nullopt},
   }};
-  return [how = readWord(fields.required("how"), words)](ScenarioRun& run) {
+  return [how = readWord(fields.required("how"), kWords)](ScenarioRun& run) {
     if (how) {
       run.platform().folder().block(*how);
     } else {
@@ -296,13 +318,13 @@ ScenarioStep readBlockFile(JsonFields& fields, const ScriptedDesktop&) {
 
 ScenarioStep readShow(JsonFields& fields, const ScriptedDesktop&) {
   using Show = void (ScenarioRun::*)();
-  static constexpr std::array<std::pair<std::string_view, Show>, 4> words = {{
+  static constexpr std::array<std::pair<std::string_view, Show>, 4> kWords = {{
       {"file", &ScenarioRun::showFile},
       {"records", &ScenarioRun::showRecords},
       {"defaults", &ScenarioRun::showDefaults},
       {"service", &ScenarioRun::showService},
   }};
-  return readWord(fields.required("what"), words);
+  return readWord(fields.required("what"), kWords);
 }
 
 ScenarioStep readPermission(JsonFields& fields, const ScriptedDesktop&) {
@@ -317,7 +339,9 @@ ScenarioStep readBlacklisted(JsonFields& fields, const ScriptedDesktop&) {
 
 ScenarioStep readDescribe(JsonFields& fields, const ScriptedDesktop& desktop) {
   std::optional<std::uint64_t> eventType;
-  if (const auto type = fields.optional("eventType")) eventType = type->unsignedInteger();
+  if (const auto type = fields.optional("eventType")) {
+    eventType = type->unsignedInteger();
+  }
   const auto siblings = fields.optional("includeSiblings");
   return [node = readElementId(fields.required("element"), desktop), includeSiblings = siblings && siblings->boolean(),
           eventType](ScenarioRun& run) { run.describe(node, includeSiblings, eventType); };

@@ -15,7 +15,9 @@ namespace {
 
 /// Moves a file to where it belongs, unless a newer one is there; then it is of no use any more.
 void moveBack(const fs::path& aside, const fs::path& file) {
-  if (!fs::exists(aside)) return;
+  if (!fs::exists(aside)) {
+    return;
+  }
   if (fs::exists(file)) {
     fs::remove(aside);
   } else {
@@ -44,9 +46,13 @@ PrivateFolder::~PrivateFolder() {
 
 std::optional<std::string> PrivateFolder::readFile() const {
   std::error_code ignored;
-  if (!fs::is_regular_file(fs::symlink_status(file(), ignored))) return std::nullopt;
+  if (!fs::is_regular_file(fs::symlink_status(file(), ignored))) {
+    return std::nullopt;
+  }
   std::ifstream in(file(), std::ios::binary);
-  if (!in) return std::nullopt;
+  if (!in) {
+    return std::nullopt;
+  }
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
@@ -65,13 +71,19 @@ void PrivateFolder::block(Block how) const {
     fs::rename(home_, homeAside_);
     return;
   }
-  if (fs::exists(file())) fs::rename(file(), fileAside_);
+  if (fs::exists(file())) {
+    fs::rename(file(), fileAside_);
+  }
   fs::create_directory(file());
 }
 
 void PrivateFolder::unblock() const {
-  if (fs::is_directory(file())) fs::remove_all(file());
-  if (fs::exists(homeAside_) && !fs::exists(home_)) fs::rename(homeAside_, home_);
+  if (fs::is_directory(file())) {
+    fs::remove_all(file());
+  }
+  if (fs::exists(homeAside_) && !fs::exists(home_)) {
+    fs::rename(homeAside_, home_);
+  }
   fs::create_directories(path());
   moveBack(homeAside_ / "caches" / "slog.json", file());
   fs::remove_all(homeAside_);

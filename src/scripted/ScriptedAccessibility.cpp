@@ -21,17 +21,27 @@ class ObserverHandle final : public NotificationObserver {
 
   ResultCode addNotification(const Element& element, const std::string& notification) override {
     const auto* scripted = dynamic_cast<const ScriptedElement*>(&element);
-    if (!scripted) return ResultCode::illegalArgument;
-    if (const auto code = scripted->request(); code != ResultCode::success) return code;
+    if (!scripted) {
+      return ResultCode::illegalArgument;
+    }
+    if (const auto code = scripted->request(); code != ResultCode::success) {
+      return code;
+    }
     return observer_->add(scripted->node(), notification);
   }
   ResultCode removeNotification(const Element& element, const std::string& notification) override {
     const auto* scripted = dynamic_cast<const ScriptedElement*>(&element);
-    if (!scripted) return ResultCode::illegalArgument;
+    if (!scripted) {
+      return ResultCode::illegalArgument;
+    }
     const auto code = scripted->request();
     // The registrations of an application end with it.
-    if (code == ResultCode::invalidUIElement) return ResultCode::notificationNotRegistered;
-    if (code != ResultCode::success) return code;
+    if (code == ResultCode::invalidUIElement) {
+      return ResultCode::notificationNotRegistered;
+    }
+    if (code != ResultCode::success) {
+      return code;
+    }
     return observer_->remove(scripted->node(), notification);
   }
   void hookIntoCurrentLoop() override { observer_->setHooked(true); }
@@ -42,9 +52,9 @@ class ObserverHandle final : public NotificationObserver {
 };
 
 std::chrono::nanoseconds toDuration(float seconds) {
-  constexpr float longest = 1e6F;
+  constexpr float kLongest = 1e6F;
   // Whole microseconds, so that the float nearest 0.1 s counts as 0.1 s.
-  return std::chrono::microseconds(std::llround(static_cast<double>(std::min(seconds, longest)) * 1e6));
+  return std::chrono::microseconds(std::llround(static_cast<double>(std::min(seconds, kLongest)) * 1e6));
 }
 
 }  // namespace
@@ -95,10 +105,16 @@ ResultCode ScriptedAccessibility::request(NodeId node, float ownTimeout) {
     const std::lock_guard lock(mutex_);
     bool knownToHang = false;
     for (auto* scope : scopes_) {
-      if (scope->thread == std::this_thread::get_id()) knownToHang |= !scope->timedOut.insert(pid).second;
+      if (scope->thread == std::this_thread::get_id()) {
+        knownToHang |= !scope->timedOut.insert(pid).second;
+      }
     }
-    if (knownToHang) return ResultCode::cannotComplete;
-    if (timeout <= 0) timeout = globalTimeout_ > 0 ? globalTimeout_ : defaultTimeout;
+    if (knownToHang) {
+      return ResultCode::cannotComplete;
+    }
+    if (timeout <= 0) {
+      timeout = globalTimeout_ > 0 ? globalTimeout_ : kDefaultTimeout;
+    }
   }
   time_.pass(toDuration(timeout));
   return ResultCode::cannotComplete;
@@ -115,19 +131,25 @@ void ScriptedAccessibility::notify(const std::string& notification, NodeId node,
   {
     const std::lock_guard lock(mutex_);
     for (const auto& known : observers_) {
-      if (auto observer = known.lock(); observer && observer->pid() == pid) observers.push_back(std::move(observer));
+      if (auto observer = known.lock(); observer && observer->pid() == pid) {
+        observers.push_back(std::move(observer));
+      }
     }
   }
-  for (const auto& observer : observers) observer->deliver(notification, {node, application}, desktop_.element(node));
+  for (const auto& observer : observers) {
+    observer->deliver(notification, {node, application}, desktop_.element(node));
+  }
 }
 
 bool ScriptedAccessibility::isProcessTrusted(bool prompt) {
   const std::lock_guard lock(mutex_);
-  if (prompt) ++prompts_;
+  if (prompt) {
+    ++prompts_;
+  }
   return trusted_;
 }
 
-ElementRef ScriptedAccessibility::createSystemWideElement() { return desktop_.element(ScriptedDesktop::systemWide); }
+ElementRef ScriptedAccessibility::createSystemWideElement() { return desktop_.element(ScriptedDesktop::kSystemWide); }
 
 ElementRef ScriptedAccessibility::createApplicationElement(std::int32_t pid) {
   return desktop_.element(desktop_.applicationElement(pid));

@@ -22,7 +22,7 @@ class ScriptedAccessibility final : public Accessibility {
   ScriptedAccessibility(ScriptedDesktop& desktop, VirtualTime& time);
 
   /// Seconds that a request to a hung application takes when nobody has set a messaging time-out.
-  static constexpr float defaultTimeout = 6;
+  static constexpr float kDefaultTimeout = 6;
 
   void setTrusted(bool trusted);
   /// How often the user was asked to grant access.

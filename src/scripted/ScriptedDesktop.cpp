@@ -25,12 +25,14 @@ auto findByName(Pairs& pairs, std::string_view name) {
 
 ScriptedDesktop::ScriptedDesktop(ScriptedPlatform& platform) : platform_(platform) {
   nodes_.emplace_back();
-  nodes_[systemWide].attributes.emplace_back("AXRole", std::string("AXSystemWide"));
+  nodes_[kSystemWide].attributes.emplace_back("AXRole", std::string("AXSystemWide"));
 }
 
 NodeId ScriptedDesktop::addNode(const std::string& id, std::int32_t pid, std::optional<NodeId> parent) {
   const NodeId node = nodes_.size();
-  if (!id.empty() && !ids_.emplace(id, node).second) throw std::invalid_argument("two elements have the id " + id);
+  if (!id.empty() && !ids_.emplace(id, node).second) {
+    throw std::invalid_argument("two elements have the id " + id);
+  }
   Node& added = nodes_.emplace_back();
   added.id = id;
   added.pid = pid;
@@ -93,7 +95,9 @@ void ScriptedDesktop::remove(NodeId node) {
     next.removed = true;
     going.insert(going.end(), next.children.begin(), next.children.end());
   }
-  if (const auto parent = nodes_[node].parent) std::erase(nodes_[*parent].children, node);
+  if (const auto parent = nodes_[node].parent) {
+    std::erase(nodes_[*parent].children, node);
+  }
 }
 
 void ScriptedDesktop::raiseOnRead(NodeId node, const std::string& attribute, const std::string& reason) {
@@ -104,7 +108,9 @@ void ScriptedDesktop::raiseOnRead(NodeId node, const std::string& attribute, con
 void ScriptedDesktop::terminate(std::int32_t pid) {
   const std::lock_guard lock(mutex_);
   for (auto& application : applications_) {
-    if (application.info.pid == pid) application.info.terminated = true;
+    if (application.info.pid == pid) {
+      application.info.terminated = true;
+    }
   }
 }
 
@@ -126,7 +132,9 @@ std::optional<NodeId> ScriptedDesktop::find(const std::string& id) const {
 
 std::optional<std::string> ScriptedDesktop::idOf(const ElementRef& element) const {
   const auto* scripted = dynamic_cast<const ScriptedElement*>(element.get());
-  if (!scripted) return std::nullopt;
+  if (!scripted) {
+    return std::nullopt;
+  }
   const std::lock_guard lock(mutex_);
   const std::string& id = nodes_.at(scripted->node()).id;
   return id.empty() ? std::nullopt : std::optional(id);
@@ -136,8 +144,12 @@ ElementRef ScriptedDesktop::element(NodeId node) const { return std::make_shared
 
 NodeId ScriptedDesktop::applicationElement(std::int32_t pid) {
   const std::lock_guard lock(mutex_);
-  if (const auto* application = applicationOf(pid)) return application->element;
-  if (const auto known = strangers_.find(pid); known != strangers_.end()) return known->second;
+  if (const auto* application = applicationOf(pid)) {
+    return application->element;
+  }
+  if (const auto known = strangers_.find(pid); known != strangers_.end()) {
+    return known->second;
+  }
   const NodeId node = addNode("", pid, std::nullopt);
   nodes_[node].removed = true;
   return strangers_[pid] = node;
@@ -150,9 +162,13 @@ std::int32_t ScriptedDesktop::pidOf(NodeId node) const {
 
 ScriptedDesktop::Reach ScriptedDesktop::reach(NodeId node) const {
   const std::lock_guard lock(mutex_);
-  if (node == systemWide) return Reach::answers;
+  if (node == kSystemWide) {
+    return Reach::answers;
+  }
   const auto* application = applicationOf(nodes_.at(node).pid);
-  if (nodes_[node].removed || !application || application->info.terminated) return Reach::gone;
+  if (nodes_[node].removed || !application || application->info.terminated) {
+    return Reach::gone;
+  }
   return application->hung ? Reach::hangs : Reach::answers;
 }
 
@@ -160,7 +176,9 @@ std::vector<RunningApplication> ScriptedDesktop::runningApplications() const {
   const std::lock_guard lock(mutex_);
   std::vector<RunningApplication> running;
   for (const auto& application : applications_) {
-    if (!application.info.terminated) running.push_back(application.info);
+    if (!application.info.terminated) {
+      running.push_back(application.info);
+    }
   }
   return running;
 }
@@ -187,8 +205,12 @@ Result<Value> ScriptedDesktop::read(NodeId id, const std::string& attribute) con
   if (const auto raised = node.raises.find(attribute); raised != node.raises.end()) {
     throw PlatformException(raised->second);
   }
-  if (const auto failing = node.errors.find(attribute); failing != node.errors.end()) return failing->second;
-  if (auto value = valueOf(node, attribute)) return std::move(*value);
+  if (const auto failing = node.errors.find(attribute); failing != node.errors.end()) {
+    return failing->second;
+  }
+  if (auto value = valueOf(node, attribute)) {
+    return std::move(*value);
+  }
   return ResultCode::attributeUnsupported;
 }
 
@@ -198,8 +220,12 @@ std::optional<Value> ScriptedDesktop::valueOf(const Node& node, std::string_view
 }
 
 std::optional<Value> ScriptedDesktop::derivedValueOf(const Node& node, std::string_view attribute) const {
-  if (attribute == kParent && node.parent) return Value(element(*node.parent));
-  if (attribute == kChildren && !node.children.empty()) return Value(elements(node.children));
+  if (attribute == kParent && node.parent) {
+    return Value(element(*node.parent));
+  }
+  if (attribute == kChildren && !node.children.empty()) {
+    return Value(elements(node.children));
+  }
   const auto* application = applicationOf(node.pid);
   if (attribute == kWindows && application && &nodes_[application->element] == &node) {
     std::vector<NodeId> windows;
@@ -217,7 +243,9 @@ bool ScriptedDesktop::isWindow(NodeId node) const {
 
 Array ScriptedDesktop::elements(const std::vector<NodeId>& nodes) const {
   Array all;
-  for (const NodeId node : nodes) all.emplace_back(element(node));
+  for (const NodeId node : nodes) {
+    all.emplace_back(element(node));
+  }
   return all;
 }
 
@@ -226,7 +254,9 @@ std::vector<std::string> ScriptedDesktop::attributeNames(NodeId id) const {
   const Node& node = nodes_.at(id);
   std::vector<std::string> names;
   for (const auto& [name, value] : node.attributes) {
-    if (value) names.push_back(name);
+    if (value) {
+      names.push_back(name);
+    }
   }
   for (const auto& name : {kParent, kChildren, kWindows}) {
     if (findByName(node.attributes, name) == node.attributes.end() && derivedValueOf(node, name)) {
@@ -244,23 +274,35 @@ std::vector<std::string> ScriptedDesktop::actions(NodeId node) const {
 Result<bool> ScriptedDesktop::isSettable(NodeId id, const std::string& attribute) const {
   const std::lock_guard lock(mutex_);
   const Node& node = nodes_.at(id);
-  if (!valueOf(node, attribute)) return ResultCode::attributeUnsupported;
+  if (!valueOf(node, attribute)) {
+    return ResultCode::attributeUnsupported;
+  }
   return findByName(node.attributes, attribute) != node.attributes.end();
 }
 
 Result<NodeId> ScriptedDesktop::hitTest(NodeId asked, float x, float y) const {
   const std::lock_guard lock(mutex_);
-  if (asked == systemWide) {
+  if (asked == kSystemWide) {
     for (const auto& hit : hits_) {
-      if (static_cast<float>(hit.point.x) != x || static_cast<float>(hit.point.y) != y) continue;
-      if (const auto* node = std::get_if<NodeId>(&hit.answer)) return *node;
+      if (static_cast<float>(hit.point.x) != x || static_cast<float>(hit.point.y) != y) {
+        continue;
+      }
+      if (const auto* node = std::get_if<NodeId>(&hit.answer)) {
+        return *node;
+      }
       return std::get<ResultCode>(hit.answer);
     }
   }
   for (auto application = applications_.rbegin(); application != applications_.rend(); ++application) {
-    if (application->info.terminated || nodes_[application->element].removed) continue;
-    if (asked != systemWide && nodes_.at(asked).pid != application->info.pid) continue;
-    if (const auto found = deepestAt(application->element, {x, y})) return *found;
+    if (application->info.terminated || nodes_[application->element].removed) {
+      continue;
+    }
+    if (asked != kSystemWide && nodes_.at(asked).pid != application->info.pid) {
+      continue;
+    }
+    if (const auto found = deepestAt(application->element, {x, y})) {
+      return *found;
+    }
   }
   return ResultCode::noValue;
 }
@@ -268,9 +310,13 @@ Result<NodeId> ScriptedDesktop::hitTest(NodeId asked, float x, float y) const {
 std::optional<NodeId> ScriptedDesktop::deepestAt(NodeId id, CGPoint point) const {
   const Node& node = nodes_[id];
   const auto frame = frameOf(node);
-  if (frame && !frame->contains(point)) return std::nullopt;
+  if (frame && !frame->contains(point)) {
+    return std::nullopt;
+  }
   for (auto child = node.children.rbegin(); child != node.children.rend(); ++child) {
-    if (const auto found = deepestAt(*child, point)) return found;
+    if (const auto found = deepestAt(*child, point)) {
+      return found;
+    }
   }
   return frame ? std::optional(id) : std::nullopt;
 }
@@ -280,7 +326,9 @@ std::optional<CGRect> ScriptedDesktop::frameOf(const Node& node) const {
   const auto size = valueOf(node, "AXSize");
   const auto* origin = position ? std::get_if<CGPoint>(&*position) : nullptr;
   const auto* extent = size ? std::get_if<CGSize>(&*size) : nullptr;
-  if (!origin || !extent) return std::nullopt;
+  if (!origin || !extent) {
+    return std::nullopt;
+  }
   return CGRect{*origin, *extent};
 }
 

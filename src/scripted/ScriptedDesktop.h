@@ -41,7 +41,7 @@ class ScriptedDesktop {
   explicit ScriptedDesktop(ScriptedPlatform& platform);
 
   /// The element that stands for the whole desktop.
-  static constexpr NodeId systemWide = 0;
+  static constexpr NodeId kSystemWide = 0;
 
   /// How an element takes a request.
   enum class Reach { answers, hangs, gone };

@@ -45,7 +45,9 @@ class ScriptedLogs final : public LogSinks {
       const std::lock_guard lock(mutex_);
       listener = listener_;
     }
-    if (listener) listener(line);
+    if (listener) {
+      listener(line);
+    }
   }
 
   std::mutex mutex_;

@@ -27,7 +27,9 @@ void ScriptedObserver::deliver(const std::string& notification, std::initializer
     const bool wanted = std::ranges::any_of(registeredFor, [&](NodeId node) {
       return registrations_.contains({node, notification});
     });
-    if (!hooked_ || !wanted) return;
+    if (!hooked_ || !wanted) {
+      return;
+    }
   }
   callback_(element, notification, {});
 }

@@ -6,7 +6,9 @@ PrivateFolder& ScriptedPlatform::folder() {
   const std::lock_guard lock(folderMutex_);
   if (!folder_) {
     folder_.emplace();
-    if (initialLogFile_) folder_->writeFile(*initialLogFile_);
+    if (initialLogFile_) {
+      folder_->writeFile(*initialLogFile_);
+    }
   }
   return *folder_;
 }

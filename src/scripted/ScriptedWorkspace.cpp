@@ -19,12 +19,16 @@ void ScriptedWorkspace::post(const Notification& notification) {
   {
     const std::lock_guard lock(mutex_);
     for (const auto& [name, handler] : handlers_) {
-      if (name == notification.name) called.push_back(handler);
+      if (name == notification.name) {
+        called.push_back(handler);
+      }
     }
   }
   // A handler may end any subscription, its own included: each is looked up only when its turn comes.
   for (const auto& handler : called) {
-    if (const auto alive = handler.lock()) (*alive)(notification);
+    if (const auto alive = handler.lock()) {
+      (*alive)(notification);
+    }
   }
 }
 

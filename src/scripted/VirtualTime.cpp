@@ -11,8 +11,8 @@ namespace {
 
 /// The clock stops, after some hundred years, before it could run over.
 nanoseconds after(nanoseconds now, nanoseconds duration) {
-  constexpr nanoseconds end = nanoseconds::max() / 2;
-  return duration < end - now ? now + duration : end;
+  constexpr nanoseconds kEnd = nanoseconds::max() / 2;
+  return duration < kEnd - now ? now + duration : kEnd;
 }
 
 }  // namespace
@@ -56,7 +56,9 @@ bool VirtualTime::runQueued() {
     Task task;
     {
       const std::lock_guard lock(mutex_);
-      if (queued_.empty()) return any;
+      if (queued_.empty()) {
+        return any;
+      }
       task = std::move(queued_.front());
       queued_.pop_front();
     }
@@ -113,12 +115,16 @@ void VirtualTime::schedule(nanoseconds due, Task task) { due_.emplace(Due(due, a
 
 void VirtualTime::schedule(nanoseconds due, const std::shared_ptr<RepeatingTimer>& timer) {
   schedule(due, [this, timer = std::weak_ptr(timer), due] {
-    if (const auto alive = timer.lock()) fire(alive, due);
+    if (const auto alive = timer.lock()) {
+      fire(alive, due);
+    }
   });
 }
 
 void VirtualTime::fire(const std::shared_ptr<RepeatingTimer>& timer, nanoseconds due) {
-  if (!timer->valid) return;
+  if (!timer->valid) {
+    return;
+  }
   {
     // The next turn keeps to the timer's own rhythm; turns that went by while someone waited are left out.
     const std::lock_guard lock(mutex_);

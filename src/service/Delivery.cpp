@@ -3,9 +3,9 @@
 
 #include "diagnostics/DeveloperTiers.h"
 #include "events/EventCoding.h"
-#include "json/JsonObject.h"
 #include "events/ZQLogEventReducer.h"
-#include "service/ServiceState.h"
+#include "json/JsonObject.h"
+#include "service/ServiceImpl.h"
 #include "text/Text.h"
 
 namespace zqlogging {
@@ -43,13 +43,13 @@ void forEachEntry(std::string_view text, const Read& read) {
 
 }  // namespace
 
-void ServiceState::reportAppend(SessionLogFile::AppendResult result) {
+void ServiceImpl::reportAppend(SessionLogFile::AppendResult result) {
   if (result == SessionLogFile::AppendResult::notCreated) {
     trace("ZQLogging service error. File not created.");
   }
 }
 
-void ServiceState::sendEvents(bool isLastChunk, std::function<void(bool)> completion) {
+void ServiceImpl::sendEvents(bool isLastChunk, std::function<void(bool)> completion) {
   log.lookAtFileAgain();  // each append would cost too much, each chunk does not
   const EventLog::Snapshot taken = log.snapshot();
   std::vector<LogEvent> records = ZQLogEventReducer::filter(taken.records);
@@ -77,26 +77,26 @@ void ServiceState::sendEvents(bool isLastChunk, std::function<void(bool)> comple
     }
     const auto alive = weak.lock();
     if (delivered && alive != nullptr) {
-      alive->state_->acknowledge(end);
+      alive->impl_->acknowledge(end);
     }
     complete(*desktop, completion, delivered);
   };
   tellDelegate([&](ZQLoggerDelegate& host) { host.onLogChunkAvailable(events, text, isLastChunk, answer); });
 }
 
-void ServiceState::acknowledge(std::uint64_t end) {
+void ServiceImpl::acknowledge(std::uint64_t end) {
   if (const auto error = log.remove(end)) {
     trace("Could not delete log file: " + *error);
   }
 }
 
-void ServiceState::clearLogs() {
+void ServiceImpl::clearLogs() {
   if (const auto error = log.clear()) {
     trace("Could not delete log file: " + *error);
   }
 }
 
-void ServiceState::readBackPreviousSession(const std::string& sessionCode) {
+void ServiceImpl::readBackPreviousSession(const std::string& sessionCode) {
   const std::uint64_t clearCount = log.clearCount();
   SessionLogFile::Content file = log.readFile();
   std::vector<LogEvent> records;
@@ -135,7 +135,7 @@ void ServiceState::readBackPreviousSession(const std::string& sessionCode) {
   }
 }
 
-void ServiceState::storeSessionCode(const std::string& sessionCode) {
+void ServiceImpl::storeSessionCode(const std::string& sessionCode) {
   platform->defaults().setString(kSessionId, sessionCode);
 }
 

@@ -25,8 +25,8 @@ class EventLog {
   /// What a record under construction is given.
   struct Stamp {
     std::int64_t id = 0;
-    std::int64_t timestamp = 0;     ///< milliseconds since 1970
-    bool lastWasRemote = false;     ///< of the record before it in the list; false when there is none
+    std::int64_t timestamp = 0;  ///< milliseconds since 1970
+    bool lastWasRemote = false;  ///< of the record before it in the list; false when there is none
   };
 
   /// Numbers, builds and appends a record. `build` takes the Stamp and only assembles what was read before.

@@ -1,7 +1,7 @@
 #include "accessibility/NSExceptionError.h"
 #include "accessibility/ObjC.h"
 #include "diagnostics/DeveloperTiers.h"
-#include "service/ServiceState.h"
+#include "service/ServiceImpl.h"
 
 namespace zqlogging {
 namespace {
@@ -22,7 +22,7 @@ void callHost(port::Platform& platform, const Call& call) {
 
 }  // namespace
 
-void ServiceState::perform(const std::function<void()>& work) const {
+void ServiceImpl::perform(const std::function<void()>& work) const {
   try {
     ObjC::perform(work);
   } catch (const NSExceptionError& error) {
@@ -34,7 +34,7 @@ void ServiceState::perform(const std::function<void()>& work) const {
   }
 }
 
-void ServiceState::tellDelegate(const std::function<void(ZQLoggerDelegate&)>& call) {
+void ServiceImpl::tellDelegate(const std::function<void(ZQLoggerDelegate&)>& call) {
   std::shared_ptr<ZQLoggerDelegate> current;
   {
     const std::lock_guard lock(mutex);
@@ -45,7 +45,7 @@ void ServiceState::tellDelegate(const std::function<void(ZQLoggerDelegate&)>& ca
   }
 }
 
-void ServiceState::complete(port::Platform& desktop, const std::function<void(bool)>& completion, bool flag) {
+void ServiceImpl::complete(port::Platform& desktop, const std::function<void(bool)>& completion, bool flag) {
   if (completion) {
     callHost(desktop, [&] { completion(flag); });
   }

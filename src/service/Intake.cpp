@@ -4,12 +4,12 @@
 #include "accessibility/AXError.h"
 #include "accessibility/SystemWideElement.h"
 #include "diagnostics/DeveloperTiers.h"
-#include "geometry/Geometry.h"
 #include "events/ZQLogEventType.h"
 #include "events/ZQUILogKeyboardEvent.h"
 #include "events/ZQUILogMouseEvent.h"
 #include "events/ZQUILogRemoteCommand.h"
-#include "service/ServiceState.h"
+#include "geometry/Geometry.h"
+#include "service/ServiceImpl.h"
 #include "text/Text.h"
 
 namespace zqlogging {
@@ -55,11 +55,11 @@ Surroundings surroundingsOf(const ZQAccessibilityElement& element) {
   return result;
 }
 
-void ServiceState::enqueue(WorkItem item) {
+void ServiceImpl::enqueue(WorkItem item) {
   const auto makeHandler = [this] {
     return [weak = service.weak_from_this()](WorkItem& next) {
       if (const auto alive = weak.lock()) {
-        alive->state_->handle(next);
+        alive->impl_->handle(next);
       }
     };
   };
@@ -70,7 +70,7 @@ void ServiceState::enqueue(WorkItem item) {
   }
 }
 
-void ServiceState::prepareRecognition() {
+void ServiceImpl::prepareRecognition() {
   {
     const std::lock_guard lock(mutex);
     if (!ocrEnabled || !bufferForOcr || std::exchange(recognitionPrepared, true)) {
@@ -80,7 +80,7 @@ void ServiceState::prepareRecognition() {
   enqueue(PrepareRecognition{});
 }
 
-void ServiceState::handle(WorkItem& item) {
+void ServiceImpl::handle(WorkItem& item) {
   if (std::holds_alternative<PrepareRecognition>(item)) {
     perform([&] { ocr.prepare(); });
     return;
@@ -104,7 +104,7 @@ void ServiceState::handle(WorkItem& item) {
   });
 }
 
-void ServiceState::processMouseEvent(const ForwardedEvent& event, CGPoint screenPoint) {
+void ServiceImpl::processMouseEvent(const ForwardedEvent& event, CGPoint screenPoint) {
   trace("processMousEvent");
   const auto point = wholePoint(screenPoint);
   if (!point || !wholePoint(event.point)) {
@@ -125,9 +125,8 @@ void ServiceState::processMouseEvent(const ForwardedEvent& event, CGPoint screen
   const std::string name = element.elementName(true);
   ZQXPath path = element.xPath(includeSiblings, event.eventType);
   if (blackListManager.isXPathBlackListed(path)) {
-    tellDelegate([&](ZQLoggerDelegate& host) {
-      host.onBlackListed(name, path.fullPath, path.url, isDown(event.eventType));
-    });
+    tellDelegate(
+        [&](ZQLoggerDelegate& host) { host.onBlackListed(name, path.fullPath, path.url, isDown(event.eventType)); });
     return;
   }
   const bool foundOnlyTheWindow = !path.pathItems.empty() && path.pathItems.front().role == "Window";
@@ -155,10 +154,10 @@ void ServiceState::processMouseEvent(const ForwardedEvent& event, CGPoint screen
                 });
 }
 
-void ServiceState::appendMouseEvent(const ZQAccessibilityElement& element, const ZQXPath& path,
-                                    std::uint64_t eventType, CGPoint screenPoint, const std::string& name,
-                                    bool isRemote, const std::vector<ZQTextDetection>& texts,
-                                    const std::vector<ZQRectangleDetection>& rectangles, CGPoint recognizerPoint) {
+void ServiceImpl::appendMouseEvent(const ZQAccessibilityElement& element, const ZQXPath& path, std::uint64_t eventType,
+                                   CGPoint screenPoint, const std::string& name, bool isRemote,
+                                   const std::vector<ZQTextDetection>& texts,
+                                   const std::vector<ZQRectangleDetection>& rectangles, CGPoint recognizerPoint) {
   trace("Appending mouse event:");
   const std::string suffix = recognizedTextSuffix(texts);
   tellDelegate([&](ZQLoggerDelegate& host) {
@@ -186,7 +185,7 @@ void ServiceState::appendMouseEvent(const ZQAccessibilityElement& element, const
   appendEvent(std::move(record));
 }
 
-void ServiceState::processKeyEvent(const ForwardedEvent& event) {
+void ServiceImpl::processKeyEvent(const ForwardedEvent& event) {
   std::optional<ZQAccessibilityElement> focused;
   {
     const std::lock_guard lock(mutex);
@@ -206,8 +205,8 @@ void ServiceState::processKeyEvent(const ForwardedEvent& event) {
   appendEvent(std::move(record));
 }
 
-void ServiceState::recordRemoteCommand(const std::string& cli, const std::string& role, const std::string& command,
-                                       const std::optional<std::string>& details) {
+void ServiceImpl::recordRemoteCommand(const std::string& cli, const std::string& role, const std::string& command,
+                                      const std::optional<std::string>& details) {
   auto record = std::make_shared<ZQUILogRemoteCommand>();
   record->cli = validUtf8(cli);
   record->role = validUtf8(role);

@@ -1,8 +1,8 @@
 #include "accessibility/AXError.h"
 #include "diagnostics/DeveloperTiers.h"
-#include "geometry/Geometry.h"
 #include "events/ZQUILogFocusEvent.h"
-#include "service/ServiceState.h"
+#include "geometry/Geometry.h"
+#include "service/ServiceImpl.h"
 
 namespace zqlogging {
 namespace {
@@ -26,7 +26,7 @@ CGRect windowFrame(const ZQAccessibilityElement& element) {
 
 }  // namespace
 
-void ServiceState::applicationActivated(const port::Notification& notification) {
+void ServiceImpl::applicationActivated(const port::Notification& notification) {
   if (!notification.application || !notification.application->bundleIdentifier) {
     return;
   }
@@ -64,7 +64,7 @@ void ServiceState::applicationActivated(const port::Notification& notification) 
   app = application;
 }
 
-std::optional<NameAndPath> ServiceState::describeUnlessBlackListed(const ZQAccessibilityElement& element) {
+std::optional<NameAndPath> ServiceImpl::describeUnlessBlackListed(const ZQAccessibilityElement& element) {
   NameAndPath described{element.elementName(true), element.xPath(false, std::nullopt)};
   if (!blackListManager.isXPathBlackListed(described.path)) {
     return described;
@@ -75,7 +75,7 @@ std::optional<NameAndPath> ServiceState::describeUnlessBlackListed(const ZQAcces
   return std::nullopt;
 }
 
-void ServiceState::recordFocus(const ZQAccessibilityElement& element, const NameAndPath& described) {
+void ServiceImpl::recordFocus(const ZQAccessibilityElement& element, const NameAndPath& described) {
   auto record = std::make_shared<ZQUILogFocusEvent>();
   record->elementXpath = described.path.fullPath;
   record->elementName = described.name;
@@ -87,20 +87,20 @@ void ServiceState::recordFocus(const ZQAccessibilityElement& element, const Name
   });
 }
 
-void ServiceState::moveWatcher(const std::shared_ptr<Application>& application) {
+void ServiceImpl::moveWatcher(const std::shared_ptr<Application>& application) {
   takeDownWatcher();
   trace("startAppWatcher");
   const Observer::Callback callback = [weak = service.weak_from_this()](Observer&,
-                                                                       const std::shared_ptr<UIElement>& element,
-                                                                       AXNotification notification) {
+                                                                        const std::shared_ptr<UIElement>& element,
+                                                                        AXNotification notification) {
     const auto alive = weak.lock();
-    if (alive == nullptr || alive->state_->paused) {
+    if (alive == nullptr || alive->impl_->paused) {
       return;
     }
-    ServiceState& state = *alive->state_;
-    state.perform([&] {
+    ServiceImpl& impl = *alive->impl_;
+    impl.perform([&] {
       trace("ObjC.perform inside app.createObserver");
-      state.processFocusEvent(notification, element->element());
+      impl.processFocusEvent(notification, element->element());
     });
   };
   const auto created = application->createObserver(callback);
@@ -113,7 +113,7 @@ void ServiceState::moveWatcher(const std::shared_ptr<Application>& application) 
   }
 }
 
-void ServiceState::takeDownWatcher() {
+void ServiceImpl::takeDownWatcher() {
   if (observer == nullptr || app == nullptr) {
     return;
   }
@@ -123,7 +123,7 @@ void ServiceState::takeDownWatcher() {
   observer->stop();
 }
 
-void ServiceState::processFocusEvent(AXNotification notification, const port::ElementRef& elementRef) {
+void ServiceImpl::processFocusEvent(AXNotification notification, const port::ElementRef& elementRef) {
   if (notification != AXNotification::focusedUIElementChanged && notification != AXNotification::mainWindowChanged) {
     return;
   }

@@ -1,4 +1,4 @@
-#include "service/ServiceState.h"
+#include "service/ServiceImpl.h"
 
 namespace zqlogging {
 namespace {
@@ -8,8 +8,7 @@ constexpr std::int64_t kMaxExamined = 300;
 
 }  // namespace
 
-std::vector<IteratedElementData> ServiceState::iterateAllElements(const ZQAccessibilityElement& element,
-                                                                  CGPoint point) {
+std::vector<IteratedElementData> ServiceImpl::iterateAllElements(const ZQAccessibilityElement& element, CGPoint point) {
   std::vector<IteratedElementData> result;
   if (iterateDOMDepth > kMaxExamined) {
     return result;

@@ -8,7 +8,7 @@
 #include "accessibility/SystemWideElement.h"
 #include "diagnostics/DeveloperTiers.h"
 #include "json/JsonObject.h"
-#include "service/ServiceState.h"
+#include "service/ServiceImpl.h"
 #include "text/Text.h"
 
 namespace zqlogging {
@@ -44,13 +44,13 @@ std::vector<std::string> valid(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-ServiceState::ServiceState(ZQLoggingervice& owner, std::shared_ptr<port::Platform> desktop)
+ServiceImpl::ServiceImpl(ZQLoggingervice& owner, std::shared_ptr<port::Platform> desktop)
     : service(owner),
       platform(std::move(desktop)),
       log(platform->cachesFolder() + kLogFileName, platform->clock()),
       ocr(platform) {}
 
-ServiceState::~ServiceState() {
+ServiceImpl::~ServiceImpl() {
   if (observer != nullptr && !platform->mainLoop().isMainThread()) {
     // An observer belongs to the thread that made it.
     platform->mainLoop().runSoon([desktop = platform, last = std::move(observer)]() mutable { last.reset(); });
@@ -60,69 +60,69 @@ ServiceState::~ServiceState() {
 ZQLoggingervice::ZQLoggingervice() : ZQLoggingervice(port::systemPlatform()) {}
 
 ZQLoggingervice::ZQLoggingervice(std::shared_ptr<port::Platform> platform)
-    : state_(std::make_unique<ServiceState>(*this, std::move(platform))) {}
+    : impl_(std::make_unique<ServiceImpl>(*this, std::move(platform))) {}
 
 ZQLoggingervice::~ZQLoggingervice() = default;
 
 std::shared_ptr<ZQLoggerDelegate> ZQLoggingervice::delegate() const {
-  const std::lock_guard lock(state_->mutex);
-  return state_->delegate;
+  const std::lock_guard lock(impl_->mutex);
+  return impl_->delegate;
 }
 
 void ZQLoggingervice::setDelegate(std::shared_ptr<ZQLoggerDelegate> value) {
-  const std::lock_guard lock(state_->mutex);
-  state_->delegate.swap(value);  // the previous one is released after the lock
+  const std::lock_guard lock(impl_->mutex);
+  impl_->delegate.swap(value);  // the previous one is released after the lock
 }
 
 void ZQLoggingervice::modifyDelegate(const std::function<void(std::shared_ptr<ZQLoggerDelegate>&)>& change) {
   modify(delegate(), change, [this](auto value) { setDelegate(std::move(value)); });
 }
 
-bool ZQLoggingervice::ocrEnabled() const { return state_->ocrEnabled; }
+bool ZQLoggingervice::ocrEnabled() const { return impl_->ocrEnabled; }
 
 void ZQLoggingervice::setOcrEnabled(bool value) {
   requireSharedOwner(weak_from_this());
-  state_->ocrEnabled = value;
-  state_->prepareRecognition();
+  impl_->ocrEnabled = value;
+  impl_->prepareRecognition();
 }
 
 void ZQLoggingervice::modifyOcrEnabled(const std::function<void(bool&)>& change) {
   modify(ocrEnabled(), change, [this](bool value) { setOcrEnabled(value); });
 }
 
-bool ZQLoggingervice::includeSiblings() const { return state_->includeSiblings; }
+bool ZQLoggingervice::includeSiblings() const { return impl_->includeSiblings; }
 
-void ZQLoggingervice::setIncludeSiblings(bool value) { state_->includeSiblings = value; }
+void ZQLoggingervice::setIncludeSiblings(bool value) { impl_->includeSiblings = value; }
 
 void ZQLoggingervice::modifyIncludeSiblings(const std::function<void(bool&)>& change) {
   modify(includeSiblings(), change, [this](bool value) { setIncludeSiblings(value); });
 }
 
-bool ZQLoggingervice::iterateDOM() const { return state_->iterateDOM; }
+bool ZQLoggingervice::iterateDOM() const { return impl_->iterateDOM; }
 
-void ZQLoggingervice::setIterateDOM(bool value) { state_->iterateDOM = value; }
+void ZQLoggingervice::setIterateDOM(bool value) { impl_->iterateDOM = value; }
 
 void ZQLoggingervice::modifyIterateDOM(const std::function<void(bool&)>& change) {
   modify(iterateDOM(), change, [this](bool value) { setIterateDOM(value); });
 }
 
-CGSize ZQLoggingervice::ocrDetectionSize() const { return state_->ocr.croppedFrameSize(); }
+CGSize ZQLoggingervice::ocrDetectionSize() const { return impl_->ocr.croppedFrameSize(); }
 
-void ZQLoggingervice::setOcrDetectionSize(CGSize value) { state_->ocr.setCroppedFrameSize(value); }
+void ZQLoggingervice::setOcrDetectionSize(CGSize value) { impl_->ocr.setCroppedFrameSize(value); }
 
 void ZQLoggingervice::modifyOcrDetectionSize(const std::function<void(CGSize&)>& change) {
   modify(ocrDetectionSize(), change, [this](CGSize value) { setOcrDetectionSize(value); });
 }
 
-bool ZQLoggingervice::debuLogging() const { return state_->debuLogging; }
+bool ZQLoggingervice::debuLogging() const { return impl_->debuLogging; }
 
 void ZQLoggingervice::setDebuLogging(bool value) {
-  state_->debuLogging = value;
+  impl_->debuLogging = value;
   std::vector<ZQDeveloperLogTier> tiers;
   if (value) {
     tiers.emplace_back(ZQDeveloperLogTier::enhancedlogging);
   }
-  DeveloperTiers::set(std::move(tiers), state_->platform);
+  DeveloperTiers::set(std::move(tiers), impl_->platform);
 }
 
 void ZQLoggingervice::modifyDebuLogging(const std::function<void(bool&)>& change) {
@@ -131,52 +131,52 @@ void ZQLoggingervice::modifyDebuLogging(const std::function<void(bool&)>& change
 
 void ZQLoggingervice::mainAppChanged(const port::Notification& notification) {
   requireSharedOwner(weak_from_this());
-  state_->perform([&] { state_->applicationActivated(notification); });
+  impl_->perform([&] { impl_->applicationActivated(notification); });
 }
 
 bool ZQLoggingervice::start(const std::string& sessionCode, const std::vector<std::string>& urls,
                             const std::vector<std::string>& processes) {
   requireSharedOwner(weak_from_this());
-  port::Platform& desktop = *state_->platform;
+  port::Platform& desktop = *impl_->platform;
   if (!checkAccessibilityPermission(false)) {
     return false;
   }
   SystemWideElement::shared(desktop)->setMessagingTimeout(kMessagingTimeout);
-  if (state_->running) {
+  if (impl_->running) {
     return false;
   }
-  state_->running = true;
-  const std::uint64_t session = ++state_->sessions;
+  impl_->running = true;
+  const std::uint64_t session = ++impl_->sessions;
   const std::string code = validUtf8(sessionCode);
   // Everything scheduled below holds the service weakly: it is the host's alone to keep.
   const auto weak = weak_from_this();
   desktop.mainLoop().runAfter(kReadBackDelay, [weak, code] {
     if (const auto alive = weak.lock()) {
-      alive->state_->perform([&] { alive->state_->readBackPreviousSession(code); });
+      alive->impl_->perform([&] { alive->impl_->readBackPreviousSession(code); });
     }
   });
-  state_->storeSessionCode(code);
-  state_->blackListManager.setLists(valid(urls), valid(processes));
+  impl_->storeSessionCode(code);
+  impl_->blackListManager.setLists(valid(urls), valid(processes));
   desktop.mainLoop().runSoon([weak, session] {
     const auto alive = weak.lock();
-    if (alive == nullptr || !alive->state_->running || alive->state_->sessions != session) {
+    if (alive == nullptr || !alive->impl_->running || alive->impl_->sessions != session) {
       return;
     }
-    ServiceState& state = *alive->state_;
+    ServiceImpl& state = *alive->impl_;
     state.chunksTimer =
         state.platform->mainLoop().startRepeatingTimer(CHUNKS_INTERVAL, [weak](const port::Timer& timer) {
           if (const auto service = weak.lock()) {
-            service->state_->perform([&] { service->notifyChunkAvailable(timer); });
+            service->impl_->perform([&] { service->notifyChunkAvailable(timer); });
           }
         });
   });
 
   using Handler = void (ZQLoggingervice::*)(const port::Notification&);
   const auto subscribe = [&](port::NotificationName name, Handler handler) {
-    state_->subscriptions.push_back(
+    impl_->subscriptions.push_back(
         desktop.workspace().subscribe(name, [weak, handler](const port::Notification& notification) {
           if (const auto alive = weak.lock()) {
-            alive->state_->perform([&] { (alive.get()->*handler)(notification); });
+            alive->impl_->perform([&] { (alive.get()->*handler)(notification); });
           }
         }));
   };
@@ -191,43 +191,43 @@ bool ZQLoggingervice::start(const std::string& sessionCode, const std::vector<st
 
 void ZQLoggingervice::stop(std::function<void(bool)> completion) {
   requireSharedOwner(weak_from_this());
-  state_->subscriptions.clear();
+  impl_->subscriptions.clear();
   try {
-    state_->takeDownWatcher();
+    impl_->takeDownWatcher();
   } catch (const AXError&) {  // the application may be gone; the stop goes on
   }
-  const bool wasRunning = std::exchange(state_->running, false);
-  state_->platform->mainLoop().runSoon([weak = weak_from_this()] {
+  const bool wasRunning = std::exchange(impl_->running, false);
+  impl_->platform->mainLoop().runSoon([weak = weak_from_this()] {
     const auto alive = weak.lock();
-    if (alive != nullptr && !alive->state_->running) {
-      alive->state_->chunksTimer.reset();
+    if (alive != nullptr && !alive->impl_->running) {
+      alive->impl_->chunksTimer.reset();
     }
   });
-  state_->log.resetNumber();
+  impl_->log.resetNumber();
   if (wasRunning) {
-    state_->sendEvents(true, std::move(completion));
+    impl_->sendEvents(true, std::move(completion));
   } else {
-    ServiceState::complete(*state_->platform, completion, false);
+    ServiceImpl::complete(*impl_->platform, completion, false);
   }
 }
 
-void ZQLoggingervice::pause() { state_->paused = true; }
+void ZQLoggingervice::pause() { impl_->paused = true; }
 
-void ZQLoggingervice::resume() { state_->paused = false; }
+void ZQLoggingervice::resume() { impl_->paused = false; }
 
 void ZQLoggingervice::setFrameForOcr(PixelBuffer frame) {
   requireSharedOwner(weak_from_this());
   std::optional<PixelBuffer> next = std::move(frame);
   {
-    const std::lock_guard lock(state_->mutex);
-    state_->bufferForOcr.swap(next);  // the previous one is released after the lock
+    const std::lock_guard lock(impl_->mutex);
+    impl_->bufferForOcr.swap(next);  // the previous one is released after the lock
   }
-  state_->prepareRecognition();
+  impl_->prepareRecognition();
 }
 
 void ZQLoggingervice::processLocalEvent(std::uint64_t eventType, double x, double y, std::int64_t source,
                                         const std::string& /*characters*/) {
-  if (!state_->paused) {
+  if (!impl_->paused) {
     processExternalEvent(eventType, x, y, source, {});
   }
 }
@@ -235,35 +235,35 @@ void ZQLoggingervice::processLocalEvent(std::uint64_t eventType, double x, doubl
 void ZQLoggingervice::processExternalEvent(std::uint64_t eventType, double x, double y, std::int64_t source,
                                            const std::string& characters) {
   requireSharedOwner(weak_from_this());
-  state_->enqueue(ForwardedEvent{eventType, {x, y}, source, validUtf8(characters)});
+  impl_->enqueue(ForwardedEvent{eventType, {x, y}, source, validUtf8(characters)});
 }
 
-void ZQLoggingervice::clearLogs() { state_->clearLogs(); }
+void ZQLoggingervice::clearLogs() { impl_->clearLogs(); }
 
-void ZQLoggingervice::willPowerOff(const port::Notification& /*notification*/) { state_->log.takeNumber(); }
+void ZQLoggingervice::willPowerOff(const port::Notification& /*notification*/) { impl_->log.takeNumber(); }
 
-void ZQLoggingervice::didSleep(const port::Notification& /*notification*/) { state_->log.takeNumber(); }
+void ZQLoggingervice::didSleep(const port::Notification& /*notification*/) { impl_->log.takeNumber(); }
 
-void ZQLoggingervice::didWake(const port::Notification& /*notification*/) { state_->log.takeNumber(); }
+void ZQLoggingervice::didWake(const port::Notification& /*notification*/) { impl_->log.takeNumber(); }
 
-void ZQLoggingervice::screenLocked(const port::Notification& /*notification*/) { state_->log.takeNumber(); }
+void ZQLoggingervice::screenLocked(const port::Notification& /*notification*/) { impl_->log.takeNumber(); }
 
-void ZQLoggingervice::screenUnlocked(const port::Notification& /*notification*/) { state_->log.takeNumber(); }
+void ZQLoggingervice::screenUnlocked(const port::Notification& /*notification*/) { impl_->log.takeNumber(); }
 
 void ZQLoggingervice::startAppWatcher(const std::shared_ptr<Application>& application) {
   requireSharedOwner(weak_from_this());
-  state_->moveWatcher(application);
+  impl_->moveWatcher(application);
 }
 
 void ZQLoggingervice::logRemoteCommand(const std::string& cli, const std::string& role, const std::string& command,
                                        const std::optional<std::string>& details) {
-  state_->recordRemoteCommand(cli, role, command, details);
+  impl_->recordRemoteCommand(cli, role, command, details);
 }
 
 void ZQLoggingervice::notifyChunkAvailable(const port::Timer& /*timer*/) {
   requireSharedOwner(weak_from_this());
-  if (!state_->paused) {
-    state_->sendEvents(false, nullptr);
+  if (!impl_->paused) {
+    impl_->sendEvents(false, nullptr);
   }
 }
 
@@ -272,13 +272,13 @@ std::unique_ptr<JsonObject> ZQLoggingervice::convertToDictionary(std::string_vie
     auto object = JsonObject::parse(text);
     return object ? std::make_unique<JsonObject>(std::move(*object)) : nullptr;
   } catch (const DecodingError& error) {
-    state_->platform->logs().standardOutput(error.what());
+    impl_->platform->logs().standardOutput(error.what());
     return nullptr;
   }
 }
 
 bool ZQLoggingervice::checkAccessibilityPermission(bool prompt) {
-  return UIElement::isProcessTrusted(*state_->platform, prompt);
+  return UIElement::isProcessTrusted(*impl_->platform, prompt);
 }
 
 bool checkIsProcessTrusted(bool prompt) { return UIElement::isProcessTrusted(*port::systemPlatform(), prompt); }

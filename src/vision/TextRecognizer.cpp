@@ -30,13 +30,19 @@ std::vector<ZQTextDetection> TextRecognizer::recognize(const PixelBuffer& pictur
   port::TextRequest request;
   request.focus = clickPoint;
   const port::TextAnswer answer = recognition_->recognize(image, request);
-  if (const auto* failed = std::get_if<port::TextRequestFailed>(&answer)) throw std::runtime_error(failed->description);
+  if (const auto* failed = std::get_if<port::TextRequestFailed>(&answer)) {
+    throw std::runtime_error(failed->description);
+  }
   const auto* observations = std::get_if<std::vector<port::TextObservation>>(&answer);
-  if (!observations) throw std::runtime_error("the engine's results cannot be read as text");
+  if (!observations) {
+    throw std::runtime_error("the engine's results cannot be read as text");
+  }
   std::vector<ZQTextDetection> detections;
   const Bitmap pixels = observations->empty() ? Bitmap() : image.render();
   for (const port::TextObservation& observation : *observations) {
-    if (observation.candidates.empty()) continue;
+    if (observation.candidates.empty()) {
+      continue;
+    }
     ZQTextDetection detection;
     detection.string = observation.candidates.front();
     detection.box = pixelsOf(observation.boundingBox, image.extent().size);

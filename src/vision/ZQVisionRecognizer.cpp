@@ -58,8 +58,8 @@ void ZQVisionRecognizer::recognize(const PixelBuffer& frame, CGPoint clickPoint,
   }
   lastRecognitionDate_ = now;
   const CGSize size = croppedFrameSize();
-  const CGRect rect = recognitionRect({static_cast<double>(frame.width), static_cast<double>(frame.height)}, size,
-                                      clickPoint);
+  const CGRect rect =
+      recognitionRect({static_cast<double>(frame.width), static_cast<double>(frame.height)}, size, clickPoint);
   const CGPoint inside = {clickPoint.x - rect.origin.x, clickPoint.y - rect.origin.y};
   const port::Image ciImage = cropper_.createCroppedPixelBufferCoreImage(frame, rect, size);
   const CGRect extent = ciImage.extent();

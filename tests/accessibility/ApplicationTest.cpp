@@ -1,7 +1,6 @@
-#include "accessibility/Application.h"
-
 #include <gmock/gmock.h>
 
+#include "accessibility/Application.h"
 #include "accessibility/ThrownBy.h"
 #include "support/FakePlatform.h"
 
@@ -17,7 +16,9 @@ using testing::Pair;
 
 std::vector<std::int32_t> pids(const std::vector<std::shared_ptr<Application>>& applications) {
   std::vector<std::int32_t> result;
-  for (const auto& application : applications) result.push_back(application->pid());
+  for (const auto& application : applications) {
+    result.push_back(application->pid());
+  }
   return result;
 }
 
@@ -49,7 +50,9 @@ TEST_F(ApplicationTest, LookupsLeaveOutWhatIsGone) {
 
   ASSERT_TRUE(Application::forProcessID(platform, 7));
   EXPECT_EQ(Application::forProcessID(platform, 7)->pid(), 7);
-  for (const std::int32_t gone : {8, -1, 99}) EXPECT_FALSE(Application::forProcessID(platform, gone)) << gone;
+  for (const std::int32_t gone : {8, -1, 99}) {
+    EXPECT_FALSE(Application::forProcessID(platform, gone)) << gone;
+  }
 }
 
 TEST_F(ApplicationTest, WindowsAreAListOfElementsOrAFailure) {

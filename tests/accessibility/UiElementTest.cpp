@@ -40,31 +40,31 @@ TEST_F(UIElementTest, EachOperationTurnsCodesIntoAbsenceOrErrorsByItsOwnRule) {
     std::function<bool()> run;    ///< whether it gave true, a value or a list with members
     std::set<ResultCode> absent;  ///< codes that make it give nothing; every other code is thrown
   };
-  constexpr auto title = Attribute::title;
+  constexpr auto kTitle = Attribute::title;
   const std::set<ResultCode> missing = {noValue, attributeUnsupported};
   const std::vector<Rule> rules = {
       {"attributes", [&] { return !element.attributes().empty(); }, missing},
       {"attributesAsStrings", [&] { return !element.attributesAsStrings().empty(); }, missing},
       {"parameterizedAttributes", [&] { return !element.parameterizedAttributes().empty(); }, missing},
       {"actions", [&] { return !element.actions().empty(); }, missing},
-      {"attributeIsSupported", [&] { return element.attributeIsSupported(title); }, missing},
-      {"attributeIsSettable", [&] { return element.attributeIsSettable(title); }, missing},
-      {"attribute", [&] { return element.attribute<bool>(title).has_value(); }, missing},
-      {"arrayAttribute", [&] { return element.arrayAttribute<bool>(title).has_value(); }, missing},
-      {"valuesForAttribute", [&] { return element.valuesForAttribute<bool>(title, 0, 1).has_value(); }, missing},
+      {"attributeIsSupported", [&] { return element.attributeIsSupported(kTitle); }, missing},
+      {"attributeIsSettable", [&] { return element.attributeIsSettable(kTitle); }, missing},
+      {"attribute", [&] { return element.attribute<bool>(kTitle).has_value(); }, missing},
+      {"arrayAttribute", [&] { return element.arrayAttribute<bool>(kTitle).has_value(); }, missing},
+      {"valuesForAttribute", [&] { return element.valuesForAttribute<bool>(kTitle, 0, 1).has_value(); }, missing},
       {"valueCountForAttribute",
-       [&] { return element.valueCountForAttribute(title).has_value(); },
+       [&] { return element.valueCountForAttribute(kTitle).has_value(); },
        {attributeUnsupported, illegalArgument}},
-      {"parameterizedAttribute", [&] { return element.parameterizedAttribute<bool>(title, true).has_value(); },
+      {"parameterizedAttribute", [&] { return element.parameterizedAttribute<bool>(kTitle, true).has_value(); },
        missing},
       {"actionDescription",
        [&] { return element.actionDescription(Action::press).has_value(); },
        {actionUnsupported, noValue}},
       {"role", [&] { return element.role().has_value(); }, missing},
-      {"setAttribute", [&] { return element.setAttribute(title, true), true; }, {}},
+      {"setAttribute", [&] { return element.setAttribute(kTitle, true), true; }, {}},
       {"performAction", [&] { return element.performAction(Action::press), true; }, {}},
       {"pid", [&] { return element.pid() != 0; }, {}},
-      {"getMultipleAttributes", [&] { return !element.getMultipleAttributes(title).empty(); }, {}},
+      {"getMultipleAttributes", [&] { return !element.getMultipleAttributes(kTitle).empty(); }, {}},
       {"elementAtPosition", [&] { return element.elementAtPosition(1, 2) != nullptr; }, {noValue}},
   };
   for (const Rule& rule : rules) {
@@ -253,7 +253,9 @@ TEST_F(UIElementTest, TheDescriptionNamesRoleLabelAndProcess) {
   const auto described = [&](const port::Value& role, ResultCode roleError = success, ResultCode answer = success) {
     fake->attributes = {{"AXRole", role}, {"AXTitle", "Preferences"}};
     fake->errors.clear();
-    if (roleError != success) fake->errors["AXRole"] = roleError;
+    if (roleError != success) {
+      fake->errors["AXRole"] = roleError;
+    }
     fake->answer = answer;
     return element.description();
   };

@@ -32,14 +32,18 @@ void expectVocabulary(const std::vector<std::string>& caseNames, std::size_t cou
     const std::string& name = caseNames[i];
     std::string expected = "AX" + name;
     expected[2] = static_cast<char>(std::toupper(expected[2]));
-    if (const auto exception = kExceptions.find(name); exception != kExceptions.end()) expected = exception->second;
+    if (const auto exception = kExceptions.find(name); exception != kExceptions.end()) {
+      expected = exception->second;
+    }
 
     const auto value = static_cast<Case>(i);
     EXPECT_EQ(rawValue(value), expected);
     EXPECT_EQ(fromRawValue(expected), value) << expected;
 
     std::string lowerCase = expected;
-    for (char& c : lowerCase) c = static_cast<char>(std::tolower(c));
+    for (char& c : lowerCase) {
+      c = static_cast<char>(std::tolower(c));
+    }
     for (const std::string& other : {lowerCase, expected + " ", " " + expected, expected.substr(2),
                                      expected.substr(0, expected.size() - 1) + '\0', std::string("AX")}) {
       EXPECT_EQ(fromRawValue(other), std::nullopt) << other;

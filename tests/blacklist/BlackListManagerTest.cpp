@@ -1,6 +1,6 @@
-#include "blacklist/BlackListManager.h"
-
 #include <gtest/gtest.h>
+
+#include "blacklist/BlackListManager.h"
 
 namespace zqlogging {
 namespace {

@@ -61,8 +61,9 @@ TEST_F(ChromiumTest, WhatIsOnAPageIsHitAndRead) {
     ASSERT_TRUE(element);
     // The browser answers the first question about a place from memory while it asks the page.
     EXPECT_TRUE(eventually([&] { return isHit(element); })) << pathOf(at(middleOf(frameOf(element))));
-    for (const auto& [attribute, value] : expected.attributes)
+    for (const auto& [attribute, value] : expected.attributes) {
       EXPECT_EQ(valueOf(element, attribute), value) << attribute;
+    }
     EXPECT_EQ(valueOf(element, "AXWindow"), "AXWindow:Order form - Chromium");
   }
   EXPECT_EQ(valueOf(find(app, "AXWebArea", "Order form"), "AXURL"), "<" PAGE ">");
@@ -77,7 +78,9 @@ TEST_F(ChromiumTest, WhatHoldsOtherThingsHasNoFillersForAValue) {
     open.pop_back();
     ++seen;
     EXPECT_EQ(textOf(element, "AXValue").find("\xEF\xBF\xBC"), std::string::npos) << pathOf(element);
-    for (const ElementRef& child : childrenOf(element)) open.push_back(child);
+    for (const ElementRef& child : childrenOf(element)) {
+      open.push_back(child);
+    }
   }
   EXPECT_GT(seen, 100U);
 }
@@ -88,12 +91,12 @@ TEST_F(ChromiumTest, TheFrameworkOfTheBrowserIsHit) {
 }
 
 TEST_F(ChromiumTest, ItemsOfPopupsAreHit) {
-  constexpr std::uint32_t escapeKey = 0xff1b;
+  constexpr std::uint32_t kEscapeKey = 0xff1b;
   const CGRect combo = frameOf(page("AXComboBox", "Size"));
   input.click(middleOf(combo));
   const CGPoint firstItem{middleOf(combo).x, combo.origin.y + combo.size.height + 12};
   EXPECT_TRUE(eventually([&] { return describe(at(firstItem)) == "AXMenuItem:Small"; })) << pathOf(at(firstItem));
-  input.pressKey(escapeKey);
+  input.pressKey(kEscapeKey);
   ASSERT_TRUE(eventually([&] { return textOf(at(firstItem), "AXRole") != "AXMenuItem"; }));
 
   const CGPoint free{700, 800};
@@ -102,7 +105,7 @@ TEST_F(ChromiumTest, ItemsOfPopupsAreHit) {
     const ElementRef reload = find(app, "AXMenu", "") ? find(app, "AXMenuItem", "Reload Ctrl+R") : nullptr;
     return reload && isHit(reload);
   }));
-  input.pressKey(escapeKey);
+  input.pressKey(kEscapeKey);
   EXPECT_TRUE(eventually([&] { return textOf(at(free), "AXRole") != "AXMenuItem"; }));
 }
 
@@ -117,16 +120,22 @@ TEST_F(ChromiumTest, AClickWaitsForTheBusLittleMoreThanTheElementIsDeep) {
     for (auto parent = hit->copyAttributeValue("AXParent"); parent; ++depth) {
       const ElementRef above = std::get<ElementRef>(parent.value);
       if (depth == 0) {
-        for (const ElementRef& sibling : childrenOf(above)) relatives.push_back(sibling);
+        for (const ElementRef& sibling : childrenOf(above)) {
+          relatives.push_back(sibling);
+        }
         desktop.accessibility().expectReads(relatives);
-        for (const ElementRef& relative : relatives) (void)textOf(relative, "AXTitle");
+        for (const ElementRef& relative : relatives) {
+          (void)textOf(relative, "AXTitle");
+        }
       }
-      for (const char* attribute : {"AXRole", "AXTitle", "AXValue", "AXDescription", "AXHelp"})
+      for (const char* attribute : {"AXRole", "AXTitle", "AXValue", "AXDescription", "AXHelp"}) {
         textOf(above, attribute);
+      }
       parent = above->copyAttributeValue("AXParent");
     }
-    for (const char* attribute : {"AXPosition", "AXSize", "AXWindow", "AXURL"})
+    for (const char* attribute : {"AXPosition", "AXSize", "AXWindow", "AXURL"}) {
       (void)hit->copyAttributeValue(attribute);
+    }
     return depth;
   };
   readRecord();

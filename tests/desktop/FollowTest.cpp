@@ -10,9 +10,9 @@ namespace {
 using port::ElementRef;
 using Texts = std::vector<std::string>;
 
-constexpr std::uint32_t tabKey = 0xff09;
-constexpr std::uint32_t keyA = 'a';
-constexpr std::uint32_t keyB = 'b';
+constexpr std::uint32_t kTabKey = 0xff09;
+constexpr std::uint32_t kEyA = 'a';
+constexpr std::uint32_t kEyB = 'b';
 
 /// Several applications, followed by one recorder.
 class FollowTest : public Recorded {
@@ -34,7 +34,9 @@ class FollowTest : public Recorded {
       const std::size_t arrow = path.rfind("-> ");
       const std::string step = arrow == std::string::npos ? path : path.substr(arrow + 3);
       const std::string place = " in " + field("windowName");
-      if (type == "Mouse") track.deeds.push_back(origin + field("mouseEventType") + " " + field("elementName") + place);
+      if (type == "Mouse") {
+        track.deeds.push_back(origin + field("mouseEventType") + " " + field("elementName") + place);
+      }
       if (type == "KeyPressed") {
         track.deeds.push_back(origin + "'" + field("character") + "' " + step.substr(0, step.find(':')) + place);
       }
@@ -49,7 +51,9 @@ class FollowTest : public Recorded {
   /// Waits for what is recorded next. What the user does and what follows from it are recorded on two threads, so that
   /// each kind has its order.
   void expect(const Texts& focus, const Texts& deeds = {}) {
-    if (HasFailure()) return;
+    if (HasFailure()) {
+      return;
+    }
     const Track& now = track;
     eventually([&] {
       recorded();
@@ -99,10 +103,10 @@ TEST_F(FollowTest, WhatHappensInSeveralApplicationsIsRecordedInOrderAndOnce) {
   expect({"Application", "Window First", "Button Press me"});
   click(find(firstApp, "AXTextField", "Vienna"));
   expect({"TextField Vienna"}, {"remote LeftDown Vienna in First", "remote LeftUp Vienna in First"});
-  input.pressKey(keyA);
-  input.pressLocalKey(keyB);
+  input.pressKey(kEyA);
+  input.pressLocalKey(kEyB);
   expect({}, {"remote 'a' TextField in First", "local '' TextField in First"});
-  input.pressKey(tabKey);
+  input.pressKey(kTabKey);
   expect({"TextField Search here"}, {"remote '\t' TextField in First"});
   first.send("dialog");
   expect({"Window Question", "Button Accept"});
@@ -124,8 +128,8 @@ TEST_F(FollowTest, WhatHappensInSeveralApplicationsIsRecordedInOrderAndOnce) {
   click(find(page, "AXTextField", "Name"));
   expect({"TextField Name"},
          {"remote LeftDown Name in Order form - Chromium", "remote LeftUp Name in Order form - Chromium"});
-  input.pressKey(keyA);
-  input.pressKey(tabKey);
+  input.pressKey(kEyA);
+  input.pressKey(kTabKey);
   expect({"TextField Find an article"},
          {"remote 'a' TextField in Order form - Chromium", "remote '\t' TextField in Order form - Chromium"});
 
@@ -133,13 +137,13 @@ TEST_F(FollowTest, WhatHappensInSeveralApplicationsIsRecordedInOrderAndOnce) {
   expect({"Application", "Window Sample", "TextField City"});
   activate("Second");
   expect({"Application", "Window Second", "TextField "});
-  input.pressKey(keyA);
+  input.pressKey(kEyA);
   expect({}, {"remote '' TextField in Second"});
   second.send("quit");
   expect({"Application", "Window Sample", "TextField City"});
   activate("First");
   expect({"Application", "Window First", "TextField Search here"});
-  input.pressKey(keyA);
+  input.pressKey(kEyA);
   expect({}, {"remote 'a' TextField in First"});
 }
 
@@ -167,7 +171,7 @@ TEST_F(FollowTest, AStoppedApplicationHoldsNobodyUp) {
   EXPECT_TRUE(isLast(&Track::focus, "TextField Vienna"));
   EXPECT_TRUE(isLast(&Track::deeds, "remote LeftUp Vienna in Second"));
   EXPECT_EQ(track.deeds, Texts({"remote LeftDown Vienna in Second", "remote LeftUp Vienna in Second"}));
-  input.pressKey(keyA);
+  input.pressKey(kEyA);
   EXPECT_TRUE(isLast(&Track::deeds, "remote 'a' TextField in Second"));
 
   first.signal(SIGCONT);
@@ -177,7 +181,7 @@ TEST_F(FollowTest, AStoppedApplicationHoldsNobodyUp) {
     return std::count(focus.begin(), focus.end(), "Window First") == 2;
   }));
   EXPECT_TRUE(isLast(&Track::focus, "TextField Vienna"));
-  input.pressKey(keyA);
+  input.pressKey(kEyA);
   EXPECT_TRUE(isLast(&Track::deeds, "remote 'a' TextField in First"));
 }
 
@@ -199,7 +203,9 @@ TEST_F(FollowTest, AThousandChangesLeaveNothingBehind) {
     for (const auto& [title, program] : {std::pair("First", &first), {"Second", &second}}) {
       activate(title);
       EXPECT_TRUE(eventually([&, name = title] { return isFollowed(name); }));
-      for (int i = 0; i < focusChanges; ++i) program->send(i % 2 ? "focus check" : "focus search");
+      for (int i = 0; i < focusChanges; ++i) {
+        program->send(i % 2 ? "focus check" : "focus search");
+      }
     }
   };
   const std::string process = "/proc/" + std::to_string(recorder->pid());
@@ -233,7 +239,7 @@ TEST_F(FollowTest, RecordingGoesOnWithAnotherAccessibilityBus) {
   expect({"Application", "Window Second", "Button Press me"});
   click(find(shown(second, "Second"), "AXTextField", "Vienna"));
   expect({"TextField Vienna"}, {"remote LeftDown Vienna in Second", "remote LeftUp Vienna in Second"});
-  input.pressKey(keyA);
+  input.pressKey(kEyA);
   expect({}, {"remote 'a' TextField in Second"});
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 using port::ElementRef;
 
-constexpr std::uint32_t escapeKey = 0xff1b;
+constexpr std::uint32_t kEscapeKey = 0xff1b;
 
 /// A desktop with the sample application on it, which every test finds and leaves without popups.
 class GtkTest : public ::testing::Test {
@@ -83,16 +83,22 @@ TEST_F(GtkTest, EachControlIsHitAtItsPlaceAndSaysWhatItIs) {
     EXPECT_TRUE(hit->isEqual(*element)) << pathOf(hit);
     EXPECT_EQ(hit->hash(), element->hash());
     EXPECT_EQ(hit->getPid().value, sample.pid());
-    for (const auto& [attribute, value] : expected.attributes) EXPECT_EQ(valueOf(hit, attribute), value) << attribute;
+    for (const auto& [attribute, value] : expected.attributes) {
+      EXPECT_EQ(valueOf(hit, attribute), value) << attribute;
+    }
   }
 }
 
 TEST_F(GtkTest, AFieldShowsItsPlaceholderAndAPasswordNothing) {
   std::vector<ElementRef> fields;
   for (const ElementRef& child : childrenOf(childrenOf(window()).front())) {
-    if (textOf(child, "AXRole") == "AXTextField") fields.push_back(child);
+    if (textOf(child, "AXRole") == "AXTextField") {
+      fields.push_back(child);
+    }
     for (const ElementRef& inner : childrenOf(child)) {
-      if (textOf(inner, "AXPlaceholderValue") == "Search here") fields.push_back(inner);
+      if (textOf(inner, "AXPlaceholderValue") == "Search here") {
+        fields.push_back(inner);
+      }
     }
   }
   ASSERT_EQ(fields.size(), 2U);
@@ -148,7 +154,7 @@ TEST_F(GtkTest, AContextMenuLiesAboveTheWindow) {
   const CGPoint point = middleOf(frameOf(control("AXLayoutArea", "")));
   input.click(point, 3);
   ASSERT_TRUE(comesUp({point.x + 20, point.y + 15}, "AXMenuItem:Cut"));
-  input.pressKey(escapeKey);
+  input.pressKey(kEscapeKey);
   EXPECT_TRUE(comesUp(point, "AXLayoutArea:"));
 }
 
@@ -261,12 +267,14 @@ TEST_F(GtkTest, WhatIsExpectedWronglyIsNotBelieved) {
   ASSERT_TRUE(comesUp(point, "AXStaticText:Apples"));
   const std::string path = pathOf(at(point));
   const AtspiObject apples = objectOf(at(point)), button = objectOf(control("AXButton", "Press me"));
-  const AtspiObject frame = objectOf(window()), root{button.application, AtspiObject::rootPath, button.bus};
+  const AtspiObject frame = objectOf(window()), root{button.application, AtspiObject::kRootPath, button.bus};
   const AtspiObject gone{button.application, "/org/a11y/atspi/accessible/999999", button.bus};
   for (const AtspiObject& wrong : {button, gone, apples}) {
     static_cast<LinuxAccessibility&>(desktop.accessibility()).withReader([&](AtspiReader& reader) {
       const AtspiAnswer one{port::ResultCode::success, wrong};
-      for (const AtspiObject& object : {apples, button, frame}) reader.expect(object, Fact::parent, one);
+      for (const AtspiObject& object : {apples, button, frame}) {
+        reader.expect(object, Fact::parent, one);
+      }
       reader.expect(root, Fact::atPoint, one);
       reader.expect(root, Fact::children, {port::ResultCode::success, std::vector{wrong}});
     });

@@ -14,9 +14,9 @@ using port::ElementRef;
 using port::ResultCode;
 using ::testing::ElementsAre;
 
-constexpr std::uint32_t tabKey = 0xff09;
-constexpr const char* mainWindowChanged = "AXMainWindowChanged";
-constexpr const char* focusChanged = "AXFocusedUIElementChanged";
+constexpr std::uint32_t kTabKey = 0xff09;
+constexpr const char* kMainWindowChanged = "AXMainWindowChanged";
+constexpr const char* kFocusChanged = "AXFocusedUIElementChanged";
 
 class ObserverTest : public ::testing::Test {
  protected:
@@ -37,7 +37,7 @@ class ObserverTest : public ::testing::Test {
         });
     EXPECT_TRUE(created);
     created.value->hookIntoCurrentLoop();
-    for (const char* name : {mainWindowChanged, focusChanged}) {
+    for (const char* name : {kMainWindowChanged, kFocusChanged}) {
       EXPECT_EQ(created.value->addNotification(*applicationOf(program), name), ResultCode::success);
     }
     return std::move(created.value);
@@ -68,7 +68,7 @@ TEST_F(ObserverTest, FocusChangesAreHeardOnceEach) {
   ASSERT_TRUE(isListenedTo(sample));
 
   heard.clear();
-  input.pressKey(tabKey);
+  input.pressKey(kTabKey);
   ASSERT_TRUE(hears("AXFocusedUIElementChanged AXCheckBox:Bold"));
   input.click(middleOf(frameOf(find(applicationOf(sample), "AXTextField", "Vienna"))));
   ASSERT_TRUE(hears("AXFocusedUIElementChanged AXTextField:"));
@@ -85,19 +85,19 @@ TEST_F(ObserverTest, ADialogBecomesTheMainWindowAndAPopupDoesNot) {
   ASSERT_TRUE(isListenedTo(sample));
 
   heard.clear();
-  constexpr std::uint32_t escapeKey = 0xff1b;
+  constexpr std::uint32_t kEscapeKey = 0xff1b;
   const ElementRef combo = find(applicationOf(sample), "AXComboBox", "Green");
   input.click(middleOf(frameOf(combo)));
   const ElementRef list = find(combo, "AXMenu", "");
   ASSERT_TRUE(eventually([&] { return frameOf(list).size.width > 0; }));
-  input.pressKey(escapeKey);
+  input.pressKey(kEscapeKey);
   ASSERT_TRUE(eventually([&] { return frameOf(list).size.width == 0; }));
   sample.send("dialog");
   ASSERT_TRUE(hears("AXMainWindowChanged AXWindow:Question"));
   ASSERT_TRUE(eventually([&] { return valueOf(applicationOf(sample), "AXFocusedUIElement") == "AXButton:Accept"; }));
-  input.pressKey(escapeKey);
+  input.pressKey(kEscapeKey);
   ASSERT_TRUE(hears("AXMainWindowChanged AXWindow:Sample"));
-  std::erase_if(heard, [](const std::string& one) { return !one.starts_with(mainWindowChanged); });
+  std::erase_if(heard, [](const std::string& one) { return !one.starts_with(kMainWindowChanged); });
   EXPECT_THAT(heard, ElementsAre("AXMainWindowChanged AXWindow:Question", "AXMainWindowChanged AXWindow:Sample"));
 }
 
@@ -116,7 +116,7 @@ TEST_F(ObserverTest, OnlyTheObservedProcessAndElementAreHeard) {
         heardOfOne.push_back(describe(element));
       });
   ofOne.value->hookIntoCurrentLoop();
-  ASSERT_EQ(ofOne.value->addNotification(*button, focusChanged), ResultCode::success);
+  ASSERT_EQ(ofOne.value->addNotification(*button, kFocusChanged), ResultCode::success);
 
   heard.clear();
   sample.send("focus toggle");
@@ -147,11 +147,13 @@ TEST_F(ObserverTest, NothingIsHeardAfterUnhookingOrTheEnd) {
                           .createObserver(sample.pid(),
                                           [&](const ElementRef& element, const std::string&, const port::Dictionary&) {
                                             heardByAnother.push_back(describe(element));
-                                            if (heardByAnother.size() == 2) another.reset();  // while it is called
+                                            if (heardByAnother.size() == 2) {
+                                              another.reset();  // while it is called
+                                            }
                                           })
                           .value);
   another->hookIntoCurrentLoop();
-  ASSERT_EQ(another->addNotification(*applicationOf(sample), focusChanged), ResultCode::success);
+  ASSERT_EQ(another->addNotification(*applicationOf(sample), kFocusChanged), ResultCode::success);
   heard.clear();
   bool onText = false;
   ASSERT_TRUE(eventually([&] {
@@ -176,12 +178,12 @@ TEST_F(ObserverTest, RegistrationsAreAnswered) {
   ASSERT_TRUE(comesForward(sample));
   const auto observer = observe(sample);
   const ElementRef app = applicationOf(sample);
-  EXPECT_EQ(observer->addNotification(*app, focusChanged), ResultCode::notificationAlreadyRegistered);
-  EXPECT_EQ(observer->removeNotification(*app, focusChanged), ResultCode::success);
-  EXPECT_EQ(observer->removeNotification(*app, focusChanged), ResultCode::notificationNotRegistered);
+  EXPECT_EQ(observer->addNotification(*app, kFocusChanged), ResultCode::notificationAlreadyRegistered);
+  EXPECT_EQ(observer->removeNotification(*app, kFocusChanged), ResultCode::success);
+  EXPECT_EQ(observer->removeNotification(*app, kFocusChanged), ResultCode::notificationNotRegistered);
   EXPECT_EQ(observer->addNotification(*app, "AXNoSuchThing"), ResultCode::notificationUnsupported);
   const ElementRef stranger = desktop.accessibility().createApplicationElement(getpid());
-  EXPECT_EQ(observer->addNotification(*stranger, focusChanged), ResultCode::illegalArgument);
+  EXPECT_EQ(observer->addNotification(*stranger, kFocusChanged), ResultCode::illegalArgument);
   const auto nobody = desktop.accessibility().createObserver(0x3ffffff, [](auto&&...) {});
   EXPECT_EQ(nobody.code, ResultCode::invalidUIElement);
 }

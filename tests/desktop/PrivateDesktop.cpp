@@ -22,20 +22,24 @@ namespace zqlogging::testing {
 using port::ElementRef;
 
 bool eventually(const std::function<bool()>& condition) {
-  constexpr gint64 patience = 30 * G_USEC_PER_SEC;
-  constexpr guint turn = 20;  // milliseconds
-  const gint64 deadline = g_get_monotonic_time() + patience;
+  constexpr gint64 kPatience = 30 * G_USEC_PER_SEC;
+  constexpr guint kTurn = 20;  // milliseconds
+  const gint64 deadline = g_get_monotonic_time() + kPatience;
   while (!condition()) {
-    if (g_get_monotonic_time() > deadline) return false;
+    if (g_get_monotonic_time() > deadline) {
+      return false;
+    }
     bool over = false;
     const guint timer = g_timeout_add(
-        turn,
+        kTurn,
         [](gpointer data) -> gboolean {
           *static_cast<bool*>(data) = true;
           return G_SOURCE_REMOVE;
         },
         &over);
-    while (!over) g_main_context_iteration(nullptr, TRUE);
+    while (!over) {
+      g_main_context_iteration(nullptr, TRUE);
+    }
     (void)timer;
   }
   return true;
@@ -43,18 +47,24 @@ bool eventually(const std::function<bool()>& condition) {
 
 Program::Program(const std::vector<std::string>& command) {
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC)) throw std::system_error(errno, std::generic_category(), "pipe");
+  if (pipe2(ends, O_CLOEXEC)) {
+    throw std::system_error(errno, std::generic_category(), "pipe");
+  }
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
   std::vector<char*> arguments;
-  for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
+  for (const std::string& argument : command) {
+    arguments.push_back(const_cast<char*>(argument.c_str()));
+  }
   arguments.push_back(nullptr);
   const int failed = posix_spawnp(&pid_, arguments[0], &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   close(ends[0]);
   input_ = ends[1];
-  if (failed) throw std::system_error(failed, std::generic_category(), command[0]);
+  if (failed) {
+    throw std::system_error(failed, std::generic_category(), command[0]);
+  }
 }
 
 Program::~Program() {
@@ -71,7 +81,9 @@ bool Program::isRunning() const {
 
 void Program::send(const std::string& line) const {
   const std::string whole = line + "\n";
-  if (write(input_, whole.data(), whole.size()) < 0) throw std::system_error(errno, std::generic_category(), "write");
+  if (write(input_, whole.data(), whole.size()) < 0) {
+    throw std::system_error(errno, std::generic_category(), "write");
+  }
 }
 
 void Program::signal(int number) const { kill(pid_, number); }
@@ -99,7 +111,9 @@ struct Input::Connection {
         xcb_get_keyboard_mapping_reply(x, xcb_get_keyboard_mapping(x, setup->min_keycode, count), nullptr);
     const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping);
     int key = 0;
-    while (key < count && keysyms[key * mapping->keysyms_per_keycode] != keysym) ++key;
+    while (key < count && keysyms[key * mapping->keysyms_per_keycode] != keysym) {
+      ++key;
+    }
     std::free(mapping);
     return key < count ? static_cast<std::uint8_t>(setup->min_keycode + key) : std::uint8_t{0};
   }
@@ -124,13 +138,13 @@ void Input::pressKey(std::uint32_t keysym) {
 
 void Input::pressLocalKey(std::uint32_t keysym) {
   // The events of the input extension's first version, which name the device that they come from.
-  constexpr const char extension[] = "XInputExtension";
-  constexpr std::uint8_t deviceKeyPress = 1, deviceKeyRelease = 2, keyboardOfXvfb = 7;
+  constexpr const char kExtension[] = "XInputExtension";
+  constexpr std::uint8_t kDeviceKeyPress = 1, kDeviceKeyRelease = 2, kEyboardOfXvfb = 7;
   xcb_query_extension_reply_t* found = xcb_query_extension_reply(
-      connection_->x, xcb_query_extension(connection_->x, sizeof extension - 1, extension), nullptr);
+      connection_->x, xcb_query_extension(connection_->x, sizeof kExtension - 1, kExtension), nullptr);
   const std::uint8_t key = connection_->keycodeOf(keysym);
-  for (const std::uint8_t event : {deviceKeyPress, deviceKeyRelease}) {
-    connection_->fake(static_cast<std::uint8_t>(found->first_event + event), key, {}, keyboardOfXvfb);
+  for (const std::uint8_t event : {kDeviceKeyPress, kDeviceKeyRelease}) {
+    connection_->fake(static_cast<std::uint8_t>(found->first_event + event), key, {}, kEyboardOfXvfb);
   }
   std::free(found);
 }
@@ -152,7 +166,9 @@ namespace {
 sd_bus* connectTo(Bus which) {
   sd_bus *session = nullptr, *bus = nullptr;
   sd_bus_open_user(&session);
-  if (which == Bus::session) return session;
+  if (which == Bus::session) {
+    return session;
+  }
   sd_bus_message* reply = nullptr;
   const char* address = nullptr;
   if (sd_bus_call_method(session, "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", nullptr, &reply, "") >=
@@ -196,7 +212,9 @@ std::size_t matchRules() {
   while (sd_bus_message_enter_container(reply, 'e', "sas") > 0) {
     sd_bus_message_read(reply, "s", &text);
     sd_bus_message_enter_container(reply, 'a', "s");
-    while (sd_bus_message_read(reply, "s", &text) > 0) ++count;
+    while (sd_bus_message_read(reply, "s", &text) > 0) {
+      ++count;
+    }
     sd_bus_message_exit_container(reply);
     sd_bus_message_exit_container(reply);
   }
@@ -210,38 +228,63 @@ std::size_t entriesOf(const std::string& directory) {
 }
 
 std::string textOf(const ElementRef& element, const std::string& attribute) {
-  if (!element) return {};
+  if (!element) {
+    return {};
+  }
   const auto value = element->copyAttributeValue(attribute);
   const auto* text = value ? std::get_if<std::string>(&value.value) : nullptr;
   return text ? *text : std::string();
 }
 
 std::string valueOf(const ElementRef& element, const std::string& attribute) {
-  if (!element) return "no element";
+  if (!element) {
+    return "no element";
+  }
   const auto read = element->copyAttributeValue(attribute);
-  if (!read) return "-";
+  if (!read) {
+    return "-";
+  }
   const port::Value& value = read.value;
-  if (const auto* text = std::get_if<std::string>(&value)) return *text;
-  if (const auto* flag = std::get_if<bool>(&value)) return *flag ? "true" : "false";
-  if (const auto* number = std::get_if<std::int64_t>(&value)) return std::to_string(*number);
-  if (const auto* real = std::get_if<double>(&value)) return std::to_string(*real).substr(0, 4);
-  if (const auto* url = std::get_if<port::Url>(&value)) return "<" + url->absoluteString + ">";
-  if (const auto* other = std::get_if<ElementRef>(&value)) return describe(*other);
+  if (const auto* text = std::get_if<std::string>(&value)) {
+    return *text;
+  }
+  if (const auto* flag = std::get_if<bool>(&value)) {
+    return *flag ? "true" : "false";
+  }
+  if (const auto* number = std::get_if<std::int64_t>(&value)) {
+    return std::to_string(*number);
+  }
+  if (const auto* real = std::get_if<double>(&value)) {
+    return std::to_string(*real).substr(0, 4);
+  }
+  if (const auto* url = std::get_if<port::Url>(&value)) {
+    return "<" + url->absoluteString + ">";
+  }
+  if (const auto* other = std::get_if<ElementRef>(&value)) {
+    return describe(*other);
+  }
   return "?";
 }
 
 std::vector<ElementRef> childrenOf(const ElementRef& element) {
   std::vector<ElementRef> elements;
-  if (!element) return elements;
+  if (!element) {
+    return elements;
+  }
   const auto children = element->copyAttributeValue("AXChildren");
-  if (!children) return elements;
-  for (const port::Value& child : std::get<port::Array>(children.value))
+  if (!children) {
+    return elements;
+  }
+  for (const port::Value& child : std::get<port::Array>(children.value)) {
     elements.push_back(std::get<ElementRef>(child));
+  }
   return elements;
 }
 
 CGRect frameOf(const ElementRef& element) {
-  if (!element) return {};
+  if (!element) {
+    return {};
+  }
   const auto frame = element->copyAttributeValue("AXFrame");
   return frame ? std::get<CGRect>(frame.value) : CGRect();
 }
@@ -251,13 +294,19 @@ CGPoint middleOf(const CGRect& frame) {
 }
 
 ElementRef find(const ElementRef& root, const std::string& role, const std::string& name) {
-  if (!root) return nullptr;
+  if (!root) {
+    return nullptr;
+  }
   if (textOf(root, "AXRole") == role) {
     const std::string title = textOf(root, "AXTitle");
-    if ((title.empty() ? textOf(root, "AXValue") : title) == name) return root;
+    if ((title.empty() ? textOf(root, "AXValue") : title) == name) {
+      return root;
+    }
   }
   for (const ElementRef& child : childrenOf(root)) {
-    if (ElementRef found = find(child, role, name)) return found;
+    if (ElementRef found = find(child, role, name)) {
+      return found;
+    }
   }
   return nullptr;
 }
@@ -267,7 +316,9 @@ std::string describe(const ElementRef& element) {
 }
 
 std::string pathOf(const ElementRef& element) {
-  if (!element) return "none";
+  if (!element) {
+    return "none";
+  }
   const auto parent = element->copyAttributeValue("AXParent");
   return (parent ? pathOf(std::get<ElementRef>(parent.value)) + "/" : "") + describe(element);
 }

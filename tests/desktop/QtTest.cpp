@@ -48,7 +48,9 @@ TEST_F(QtTest, ControlsAreHitAndReadAndTheApplicationLives) {
     ASSERT_TRUE(element);
     EXPECT_TRUE(isHit(element));
     if (element->copyAttributeNames().value.size() > 8) {
-      for (const std::string& name : element->copyAttributeNames().value) (void)element->copyAttributeValue(name);
+      for (const std::string& name : element->copyAttributeNames().value) {
+        (void)element->copyAttributeValue(name);
+      }
     }
     EXPECT_EQ(valueOf(element, "AXValue"), expected.value);
     EXPECT_EQ(valueOf(element, "AXWindow"), "AXWindow:Sample");
@@ -73,8 +75,8 @@ TEST_F(QtTest, ItemsOfPopupsAreHit) {
   const ElementRef save = find(app, "AXMenuItem", "Save");
   ASSERT_TRUE(save);
   EXPECT_TRUE(eventually([&] { return isHit(save); }));
-  constexpr std::uint32_t escapeKey = 0xff1b;
-  input.pressKey(escapeKey);
+  constexpr std::uint32_t kEscapeKey = 0xff1b;
+  input.pressKey(kEscapeKey);
 
   const ElementRef combo = find(app, "AXComboBox", "Green");
   EXPECT_TRUE(eventually([&] { return isHit(combo); }));

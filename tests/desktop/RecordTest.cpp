@@ -10,8 +10,8 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-constexpr std::uint32_t keyA = 'a';
-constexpr std::uint32_t keyB = 'b';
+constexpr std::uint32_t kEyA = 'a';
+constexpr std::uint32_t kEyB = 'b';
 
 using RecordTest = Recorded;
 
@@ -26,7 +26,7 @@ TEST_F(RecordTest, WhatARemoteControlProgramDoesIsRecordedAndHandedOver) {
     EXPECT_EQ(line["onClick"]["down"].GetBool(), down);
   }
   focusByClick(*recorder, find(app, "AXTextField", "Vienna"));
-  input.pressKey(keyA);
+  input.pressKey(kEyA);
   click("AXCheckBox", "Wrap lines");
   next(*recorder, "onClick");
   next(*recorder, "onClick");
@@ -46,9 +46,9 @@ TEST_F(RecordTest, WhatIsTypedIntoAPasswordFieldIsNotRecorded) {
   const auto recorder = record({"--answer", "no"});
   openSample();
   focusByClick(*recorder, find(app, "AXTextField", "Vienna"));
-  input.pressKey(keyA);
+  input.pressKey(kEyA);
   focusByClick(*recorder, password());
-  input.pressKey(keyB);
+  input.pressKey(kEyB);
   click("AXCheckBox", "Wrap lines");  // is recorded after the keys
   next(*recorder, "onClick");
   next(*recorder, "onClick");
@@ -67,7 +67,9 @@ void expectNoTrace(const std::string& lines, const std::string& file, const std:
   std::string others;
   std::istringstream all(lines);
   for (std::string line; std::getline(all, line);) {
-    if (!line.starts_with("{\"onBlackListed\"")) others += line + "\n";
+    if (!line.starts_with("{\"onBlackListed\"")) {
+      others += line + "\n";
+    }
   }
   for (const std::string& each : traces) {
     EXPECT_THAT(others, Not(HasSubstr(each)));
@@ -143,7 +145,9 @@ TEST_F(RecordTest, WhatIsOnAPageIsRecordedWithItsAddressUnlessThatIsBlocked) {
       input.click(control.point);
       for (int i = 0; i < 2; ++i) {
         const auto line = next(*recorder, what);
-        if (HasFailure()) return;
+        if (HasFailure()) {
+          return;
+        }
         EXPECT_EQ(textAt(line, (place + "/name").c_str()), control.name);
         EXPECT_THAT(textAt(line, (place + "/url").c_str()), StartsWith(PAGE));
         EXPECT_THAT(textAt(line, (place + "/path").c_str()),

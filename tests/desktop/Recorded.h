@@ -27,14 +27,18 @@ class Reader {
   explicit Reader(const std::vector<std::string>& arguments, const std::string& errors = "") {
     int ends[2];
     EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    constexpr int room = 1 << 20;  // for the chunks of a test that does not read them
-    EXPECT_GE(fcntl(ends[0], F_SETPIPE_SZ, room), room);
+    constexpr int kRoom = 1 << 20;  // for the chunks of a test that does not read them
+    EXPECT_GE(fcntl(ends[0], F_SETPIPE_SZ, kRoom), kRoom);
     pid_ = fork();
     if (pid_ == 0) {
       dup2(ends[1], STDOUT_FILENO);
-      if (!errors.empty()) dup2(open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+      if (!errors.empty()) {
+        dup2(open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+      }
       std::vector<char*> command;
-      for (const std::string& each : arguments) command.push_back(const_cast<char*>(each.c_str()));
+      for (const std::string& each : arguments) {
+        command.push_back(const_cast<char*>(each.c_str()));
+      }
       command.push_back(nullptr);
       execv(command[0], command.data());
       _exit(127);
@@ -54,13 +58,15 @@ class Reader {
 
   /// The next line; empty at the end of the output, or when none comes for half a minute.
   std::string line() {
-    constexpr int patience = 30'000;
+    constexpr int kPatience = 30'000;
     std::size_t end = 0;
     while ((end = unread_.find('\n')) == std::string::npos) {
       char part[65536];
       pollfd waiting{output_, POLLIN, 0};
-      const ssize_t count = poll(&waiting, 1, patience) == 1 ? read(output_, part, sizeof part) : 0;
-      if (count <= 0) return {};
+      const ssize_t count = poll(&waiting, 1, kPatience) == 1 ? read(output_, part, sizeof part) : 0;
+      if (count <= 0) {
+        return {};
+      }
       unread_.append(part, static_cast<std::size_t>(count));
     }
     const std::string text = unread_.substr(0, end);
@@ -135,18 +141,24 @@ class Recorded : public ::testing::Test {
     std::size_t count = 0;
     for (std::string line; std::getline(lines, line);) {
       const bool isFocus = line.find("\"eventType\":\"Focus\"") != std::string::npos;
-      if (isFocus && line.find("\"elementControlType\":\"TextField\"") != std::string::npos) ++count;
+      if (isFocus && line.find("\"elementControlType\":\"TextField\"") != std::string::npos) {
+        ++count;
+      }
     }
     return count;
   }
   static std::size_t countOf(const std::string& text, const std::string& part) {
     std::size_t count = 0;
-    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+      ++count;
+    }
     return count;
   }
   port::ElementRef password() {
     for (const port::ElementRef& each : childrenOf(childrenOf(find(app, "AXWindow", "Sample")).front())) {
-      if (textOf(each, "AXSubrole") == "AXSecureTextField") return each;
+      if (textOf(each, "AXSubrole") == "AXSecureTextField") {
+        return each;
+      }
     }
     return nullptr;
   }
@@ -156,7 +168,9 @@ class Recorded : public ::testing::Test {
     for (const auto& event : line["onLogChunkAvailable"]["events"].GetArray()) {
       const std::string type = textAt(event, "/eventType");
       const std::string remote = event["rc"].GetBool() ? "remote " : "local ";
-      if (type == "Mouse") texts.push_back(remote + "click " + textAt(event, "/eventInfo/elementInfo/name"));
+      if (type == "Mouse") {
+        texts.push_back(remote + "click " + textAt(event, "/eventInfo/elementInfo/name"));
+      }
       if (type == "KeyPressed") {
         texts.push_back(remote + "key '" + textAt(event, "/eventInfo/character") + "' " +
                         textAt(event, "/eventInfo/value"));

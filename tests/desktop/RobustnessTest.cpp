@@ -13,7 +13,7 @@ namespace {
 using port::ElementRef;
 using port::ResultCode;
 
-constexpr const char* focusChanged = "AXFocusedUIElementChanged";
+constexpr const char* kFocusChanged = "AXFocusedUIElementChanged";
 
 /// Applications and services that stop, die and come back. Time is measured in waits that ran out: each takes the
 /// messaging time-out, 0.1 seconds here as in a session.
@@ -83,14 +83,16 @@ TEST_F(RobustnessTest, AStoppedApplicationCostsOneTimeOutAnEvent) {
 TEST_F(RobustnessTest, LookingForTheWindowAtAPointLeavesNothingInMemory) {
   const Program program{{GTK_APP}};
   ASSERT_TRUE(shows(program, inTitleBar, "AXWindow:Sample"));
-  constexpr int times = 1000;
+  constexpr int kTimes = 1000;
   const auto look = [&] {
-    for (int i = 0; i < times; ++i) accessibility().windows().windowAt(100, 66);
+    for (int i = 0; i < kTimes; ++i) {
+      accessibility().windows().windowAt(100, 66);
+    }
   };
   look();
   const std::size_t before = mallinfo2().uordblks;
   look();
-  EXPECT_LT(mallinfo2().uordblks, before + times);  // not even a byte each
+  EXPECT_LT(mallinfo2().uordblks, before + kTimes);  // not even a byte each
 }
 
 TEST_F(RobustnessTest, ElementsOfADeadApplicationSaySo) {
@@ -117,7 +119,7 @@ TEST_F(RobustnessTest, TheRegistryMayDieAndComeBack) {
         heard.push_back(describe(element));
       });
   observer.value->hookIntoCurrentLoop();
-  ASSERT_EQ(observer.value->addNotification(*applicationOf(program), focusChanged), ResultCode::success);
+  ASSERT_EQ(observer.value->addNotification(*applicationOf(program), kFocusChanged), ResultCode::success);
 
   killOwnerOf(Bus::accessibility, "org.a11y.atspi.Registry");
   EXPECT_FALSE(desktop.accessibility().isProcessTrusted(false));

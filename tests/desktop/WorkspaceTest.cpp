@@ -67,7 +67,9 @@ TEST_F(WorkspaceTest, AFlippedPointComesBackHoweverScreensStandSideBySide) {
       }
       EXPECT_EQ(pointFromTopLeft(platform, {double(left), top - 1.0}), CGPoint()) << "above it is no screen";
     }
-    for (std::size_t i = 0; i < monitors.size(); ++i) run("xrandr --delmonitor test" + std::to_string(i));
+    for (std::size_t i = 0; i < monitors.size(); ++i) {
+      run("xrandr --delmonitor test" + std::to_string(i));
+    }
   }
 }
 
@@ -98,7 +100,9 @@ TEST_F(WorkspaceTest, AnApplicationIsNamedByTheBestThatIsKnownOfIt) {
 TEST_F(WorkspaceTest, ApplicationsThatRunAreListedOnceAndThoseThatEndedAreNot) {
   const auto timesListed = [this](pid_t pid) {
     int times = 0;
-    for (const auto& each : workspace.runningApplications()) times += each.pid == pid ? 1 : 0;
+    for (const auto& each : workspace.runningApplications()) {
+      times += each.pid == pid ? 1 : 0;
+    }
     return times;
   };
   pid_t ended = 0;
@@ -166,8 +170,8 @@ TEST_F(WorkspaceTest, LookingAtTheWindowsKeepsNothing) {
   };
   look(10);
   const std::size_t before = look(1);
-  constexpr std::size_t little = 20'000;  // bytes
-  EXPECT_LT(look(300), before + little);
+  constexpr std::size_t kLittle = 20'000;  // bytes
+  EXPECT_LT(look(300), before + kLittle);
 }
 
 /// A connection to the session bus that stands for the login manager or a screen saver.
@@ -175,7 +179,9 @@ class Sender {
  public:
   explicit Sender(const std::vector<const char*>& names) {
     sd_bus_open_user(&bus_);
-    for (const char* name : names) EXPECT_GE(sd_bus_request_name(bus_, name, 0), 0) << name;
+    for (const char* name : names) {
+      EXPECT_GE(sd_bus_request_name(bus_, name, 0), 0) << name;
+    }
   }
   Sender(const Sender&) = delete;
   Sender& operator=(const Sender&) = delete;
@@ -184,7 +190,9 @@ class Sender {
   void emit(const std::string& path, const char* interface, const char* member, std::optional<bool> flag) {
     sd_bus_message* signal = nullptr;
     sd_bus_message_new_signal(bus_, &signal, path.c_str(), interface, member);
-    if (flag) sd_bus_message_append(signal, "b", *flag ? 1 : 0);
+    if (flag) {
+      sd_bus_message_append(signal, "b", *flag ? 1 : 0);
+    }
     sd_bus_send(bus_, signal, nullptr);
     sd_bus_message_unref(signal);
     sd_bus_flush(bus_);

@@ -51,7 +51,9 @@ GtkWidget* createMenuBar() {
 }
 
 gboolean popUpContextMenu(GtkWidget* widget, GdkEvent* event, gpointer menu) {
-  if (event->type != GDK_BUTTON_PRESS || event->button.button != 3) return FALSE;
+  if (event->type != GDK_BUTTON_PRESS || event->button.button != 3) {
+    return FALSE;
+  }
   gtk_menu_popup_at_pointer(GTK_MENU(menu), event);
   (void)widget;
   return TRUE;
@@ -108,14 +110,18 @@ GtkWidget* createWindow(const char* title) {
   gtk_entry_set_text(GTK_ENTRY(password), "secret");
 
   GtkWidget* combo = add(box, "combo", gtk_combo_box_text_new());
-  for (const char* text : {"Red", "Green", "Blue"}) gtk_combo_box_text_append_text(GTK_COMBO_BOX_TEXT(combo), text);
+  for (const char* text : {"Red", "Green", "Blue"}) {
+    gtk_combo_box_text_append_text(GTK_COMBO_BOX_TEXT(combo), text);
+  }
   gtk_combo_box_set_active(GTK_COMBO_BOX(combo), 1);
   GtkWidget* scale = add(box, "scale", gtk_scale_new_with_range(GTK_ORIENTATION_HORIZONTAL, 0, 10, 1));
   gtk_range_set_value(GTK_RANGE(scale), 7);
   add(box, "link", gtk_link_button_new_with_label("http://localhost/help", "Manual"));
 
   GtkWidget* list = add(box, "list", gtk_list_box_new());
-  for (const char* text : {"Apples", "Pears"}) gtk_container_add(GTK_CONTAINER(list), gtk_label_new(text));
+  for (const char* text : {"Apples", "Pears"}) {
+    gtk_container_add(GTK_CONTAINER(list), gtk_label_new(text));
+  }
 
   GtkWidget* view = add(box, "text", gtk_text_view_new());
   gtk_text_buffer_set_text(gtk_text_view_get_buffer(GTK_TEXT_VIEW(view)), "One line\nand another", -1);
@@ -136,13 +142,23 @@ GtkWidget* createWindow(const char* title) {
 
 gboolean obey(GIOChannel* input, GIOCondition, gpointer window) {
   char* line = nullptr;
-  if (g_io_channel_read_line(input, &line, nullptr, nullptr, nullptr) != G_IO_STATUS_NORMAL) return FALSE;
+  if (g_io_channel_read_line(input, &line, nullptr, nullptr, nullptr) != G_IO_STATUS_NORMAL) {
+    return FALSE;
+  }
   const std::string command = g_strstrip(line);
   g_free(line);
-  if (command == "dialog") openDialog(GTK_WIDGET(window));
-  if (command == "answer") gtk_widget_destroy(controls.at("dialog"));
-  if (command == "quit") gtk_widget_destroy(GTK_WIDGET(window));
-  if (command.starts_with("focus ")) gtk_widget_grab_focus(controls.at(command.substr(6)));
+  if (command == "dialog") {
+    openDialog(GTK_WIDGET(window));
+  }
+  if (command == "answer") {
+    gtk_widget_destroy(controls.at("dialog"));
+  }
+  if (command == "quit") {
+    gtk_widget_destroy(GTK_WIDGET(window));
+  }
+  if (command.starts_with("focus ")) {
+    gtk_widget_grab_focus(controls.at(command.substr(6)));
+  }
   return TRUE;
 }
 
@@ -153,8 +169,12 @@ int main(int argc, char** argv) {
   int x = 40, y = 60;
   gtk_init(&argc, &argv);
   for (int i = 1; i + 1 < argc; i += 2) {
-    if (!std::strcmp(argv[i], "--title")) title = argv[i + 1];
-    if (!std::strcmp(argv[i], "--at")) std::sscanf(argv[i + 1], "%d,%d", &x, &y);
+    if (!std::strcmp(argv[i], "--title")) {
+      title = argv[i + 1];
+    }
+    if (!std::strcmp(argv[i], "--at")) {
+      std::sscanf(argv[i + 1], "%d,%d", &x, &y);
+    }
   }
   GtkWidget* window = createWindow(title);
   GIOChannel* input = g_io_channel_unix_new(0);

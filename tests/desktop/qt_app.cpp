@@ -64,12 +64,16 @@ int main(int argc, char** argv) {
   QApplication application(argc, argv);
   int x = 40, y = 60;
   for (int i = 1; i + 1 < argc; ++i) {
-    if (!std::strcmp(argv[i], "--at")) std::sscanf(argv[i + 1], "%d,%d", &x, &y);
+    if (!std::strcmp(argv[i], "--at")) {
+      std::sscanf(argv[i + 1], "%d,%d", &x, &y);
+    }
   }
   QMainWindow window;
   window.setWindowTitle("Sample");
   QMenu* file = window.menuBar()->addMenu("File");
-  for (const char* text : {"Open", "Save"}) file->addAction(text);
+  for (const char* text : {"Open", "Save"}) {
+    file->addAction(text);
+  }
   window.setCentralWidget(createControls());
   window.setGeometry(x, y, 400, 600);
   window.show();

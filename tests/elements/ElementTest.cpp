@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-#include "geometry/Geometry.h"
 #include "elements/IteratedElementData.h"
+#include "geometry/Geometry.h"
 #include "support/ServiceFixture.h"
 
 namespace zqlogging::test {
@@ -58,7 +58,9 @@ TEST_F(Element, TitleChainsEnd) {
   for (int i = 0; i < 12; ++i) {
     chain.push_back(add(window, "chain" + std::to_string(i), "AXStaticText", ""));
   }
-  const auto point = [&](int from, int to) { set(chain[from], "AXTitleUIElement", platform->desktop().element(chain[to])); };
+  const auto point = [&](int from, int to) {
+    set(chain[from], "AXTitleUIElement", platform->desktop().element(chain[to]));
+  };
   for (int i = 0; i < 11; ++i) {
     point(i, i + 1);
   }
@@ -118,7 +120,8 @@ TEST_F(Element, APathWeavesNamesOfChildrenAndSiblingsIn) {
   EXPECT_EQ(pathOf(button), "Application:Notes -> Window:Preferences{inner} -> Button:OK");
   EXPECT_EQ(pathOf(button, true), "Application:Notes -> Window:Preferences{OK, Cancel}{inner} -> Button:OK");
   set(group, "AXDescription", "Box");
-  EXPECT_EQ(pathOf(button, true), "Application:Notes -> Window:Preferences -> Group:Box{OK, Cancel}{inner} -> Button:OK");
+  EXPECT_EQ(pathOf(button, true),
+            "Application:Notes -> Window:Preferences -> Group:Box{OK, Cancel}{inner} -> Button:OK");
   set(button, "AXParent", std::nullopt);
   EXPECT_EQ(pathOf(button, true), "Button:OK") << "without a parent";
   set(button, "AXTitle", std::nullopt);
@@ -129,7 +132,9 @@ TEST_F(Element, APathWeavesNamesOfChildrenAndSiblingsIn) {
 
 TEST_F(Element, ACheckBoxTellsItsNewStateOnRelease) {
   set(button, "AXRole", "AXCheckBox");
-  const auto ending = [&](std::optional<std::uint64_t> type) { return element(button).xPath(false, type).pathItems[0].name; };
+  const auto ending = [&](std::optional<std::uint64_t> type) {
+    return element(button).xPath(false, type).pathItems[0].name;
+  };
   EXPECT_EQ(ending(2), "OK-> State Changed to Enabled(On)");
   set(button, "AXValue", std::int64_t{0});
   EXPECT_EQ(ending(2), "OK-> State Changed to Disabled(Off)");

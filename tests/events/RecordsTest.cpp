@@ -152,11 +152,11 @@ TEST(Records, PointsAreReadStrictly) {
     const char* text;
     std::int64_t x;
     std::int64_t y;
-  } cases[] = {{"", 0, 0},          {"12, -7", 12, -7},
-               {"12.5, 7", 0, 7},   {"12", 12, 0},
-               {" 12, 7", 0, 7},    {"+3, +-4", 3, 0},
-               {"1, 2, 3", 1, 2},   {"1,2", 0, 0},
-               {"-, 5", 0, 5},      {"9223372036854775807, 9223372036854775808", 9223372036854775807, 0}};
+  } cases[] = {{"", 0, 0},        {"12, -7", 12, -7},
+               {"12.5, 7", 0, 7}, {"12", 12, 0},
+               {" 12, 7", 0, 7},  {"+3, +-4", 3, 0},
+               {"1, 2, 3", 1, 2}, {"1,2", 0, 0},
+               {"-, 5", 0, 5},    {"9223372036854775807, 9223372036854775808", 9223372036854775807, 0}};
   for (const auto& [text, x, y] : cases) {
     EXPECT_EQ(parsePoint(text).x, x) << text;
     EXPECT_EQ(parsePoint(text).y, y) << text;
@@ -170,7 +170,7 @@ TEST(Records, PlatformEventTypesAreTold) {
     std::uint64_t type;
     const char* mouseType;
     const char* button;
-  } cases[] = {{1, "LeftDown", "Left"}, {2, "LeftUp", "Left"}, {3, "RightDown", "Right"},
+  } cases[] = {{1, "LeftDown", "Left"}, {2, "LeftUp", "Left"},  {3, "RightDown", "Right"},
                {4, "RightUp", "Right"}, {5, "Unknown", "Left"}, {25, "Unknown", "Left"}};
   for (const auto& [type, mouseType, button] : cases) {
     EXPECT_EQ(rawValue(mouseLogEventTypeOf(type)), mouseType);

@@ -38,12 +38,16 @@ class TextRecognitionTest : public testing::Test {
     port::TextRequest request;
     request.focus = focus;
     const port::TextAnswer answer = recognition.recognize(image, request);
-    if (const auto* failed = std::get_if<TextRequestFailed>(&answer)) return {{{"failed: " + failed->description}, {}}};
+    if (const auto* failed = std::get_if<TextRequestFailed>(&answer)) {
+      return {{{"failed: " + failed->description}, {}}};
+    }
     return std::get<std::vector<TextObservation>>(answer);
   }
   std::vector<std::string> read(const Image& image, std::optional<CGPoint> focus = {}) {
     std::vector<std::string> texts;
-    for (const TextObservation& observation : observe(image, focus)) texts.push_back(observation.candidates.at(0));
+    for (const TextObservation& observation : observe(image, focus)) {
+      texts.push_back(observation.candidates.at(0));
+    }
     return texts;
   }
   std::vector<std::string> read(const TextPicture& picture, std::optional<CGPoint> focus = {}) {
@@ -81,12 +85,18 @@ TEST_F(TextRecognitionTest, ReadsWhatScreensShow) {
   for (TextStyle style : styles) {
     for (const char* text : texts) {
       const bool dark = style.colour.red == 0 && text[0] > 'O';
-      if (dark) style.colour = kWhite;
+      if (dark) {
+        style.colour = kWhite;
+      }
       TextPicture picture(560, 60, dark ? kBlack : kWhite);
       picture.write(text, 12, 10, style);
-      if (dark) style.colour = kBlack;
+      if (dark) {
+        style.colour = kBlack;
+      }
       const auto lines = read(picture);
-      if (lines != std::vector<std::string>{text}) misread.push_back(std::string(text) + testing::PrintToString(lines));
+      if (lines != std::vector<std::string>{text}) {
+        misread.push_back(std::string(text) + testing::PrintToString(lines));
+      }
     }
   }
   const std::size_t all = std::size(texts) * std::size(styles);
@@ -154,7 +164,9 @@ TEST_F(TextRecognitionTest, PicturesOfEveryKindAreAnswered) {
                {"moved", image.translated(-1000, 77), CGPoint{10, 10}, {"Continue"}},
                {"a click outside", image, CGPoint{-500, 900}, {"Continue"}},
                {"a click nowhere", image, CGPoint{kNaN, 3}, {"Continue"}}};
-  for (const auto& [name, part, focus, texts] : cases) EXPECT_EQ(read(part, focus), texts) << name;
+  for (const auto& [name, part, focus, texts] : cases) {
+    EXPECT_EQ(read(part, focus), texts) << name;
+  }
 }
 
 TEST_F(TextRecognitionTest, StartsNoThread) {

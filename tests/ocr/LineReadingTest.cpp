@@ -21,7 +21,9 @@ TEST(FixedPitch, IsTheStepThatAllLettersKeep) {
   } cases[] = {{"each in its cell", {4, 12, 20, 28, 36}, 8},    {"not all in the middle", {4, 12.9, 20.5, 28, 36.3}, 8},
                {"with spaces", {4, 12, 20, 36, 44, 52, 76}, 8}, {"proportional", {4, 9, 19, 26, 37, 41, 50}, 0},
                {"too few to tell", {4, 12, 20, 28}, 0},         {"narrower than any font", {1, 4, 7, 10, 13, 16}, 0}};
-  for (const auto& [name, middles, pitch] : cases) EXPECT_NEAR(fixedPitch(middles, 10), pitch, 1) << name;
+  for (const auto& [name, middles, pitch] : cases) {
+    EXPECT_NEAR(fixedPitch(middles, 10), pitch, 1) << name;
+  }
 }
 
 /// Letters that do not touch.
@@ -33,7 +35,9 @@ std::string mended(const std::string& drawn, const std::string& misread, const T
   TextPicture picture(500, 60);
   picture.write(drawn, 10, 12, style);
   const Segmentation found = findLines(picture.colours());
-  if (found.lines.size() != 1) return std::to_string(found.lines.size()) + " lines";
+  if (found.lines.size() != 1) {
+    return std::to_string(found.lines.size()) + " lines";
+  }
   const std::vector<Glyph> glyphs = findGlyphs(found, found.lines[0]);
   std::vector<Symbol> symbols;
   std::size_t glyph = 0;
@@ -43,7 +47,9 @@ std::string mended(const std::string& drawn, const std::string& misread, const T
       beginsWord = true;
       continue;
     }
-    if (glyph == glyphs.size()) return "fewer glyphs than letters";
+    if (glyph == glyphs.size()) {
+      return "fewer glyphs than letters";
+    }
     const PixelBox& box = glyphs[glyph++].box;
     symbols.push_back({std::string(1, c), box.x + 0.0, box.right() + 0.0, 95, beginsWord});
     beginsWord = false;
@@ -72,7 +78,9 @@ TEST(LineReading, CorrectsWhatTheInkShowsBeyondDoubt) {
       {"NO", "N0"},
       {"Ctrl+S", "Ctrt+s"},  // key names
   };
-  for (const auto& [drawn, misread] : cases) EXPECT_EQ(mended(drawn, misread), drawn) << misread;
+  for (const auto& [drawn, misread] : cases) {
+    EXPECT_EQ(mended(drawn, misread), drawn) << misread;
+  }
   EXPECT_EQ(mended("Save us", "save us", {"DejaVu Sans", 26, test::kBlack, CAIRO_ANTIALIAS_GRAY, 1}), "Save us");
 }
 
@@ -92,7 +100,9 @@ TEST(LineReading, SpacesOfFixedPitchFollowThePitch) {
 TEST(SymbolAlignment, PairsWhatTouchesAndWhatIsLeftOver) {
   const auto glyphs = [](std::vector<PixelBox> boxes) {
     std::vector<Glyph> result;
-    for (const PixelBox& box : boxes) result.push_back({box});
+    for (const PixelBox& box : boxes) {
+      result.push_back({box});
+    }
     return result;
   };
   // "rn" touch and are one glyph; a quote has two; the last symbol stands on nothing.
@@ -113,7 +123,9 @@ TEST(SymbolAlignment, TrustsTheCountOfAWordMoreThanThePlacesOfItsLetters) {
   const std::vector<Symbol> symbols = {{"w", 18.5, 27.2}, {"i", 24.1, 27.9}, {"l", 27.9, 29.1}, {"l", 31.0, 35.4}};
   const std::vector<Match> matches =
       align(symbols, {{{18, 3, 9, 7}}, {{28, 0, 1, 10}}, {{31, 0, 1, 10}}, {{34, 0, 1, 10}}}, 10);
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(matches[i].glyph, i);
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(matches[i].glyph, i);
+  }
 }
 
 TEST(SymbolAlignment, PutsNoLetterOnADash) {

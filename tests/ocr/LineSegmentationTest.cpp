@@ -32,7 +32,9 @@ MATCHER_P(IsNearly, box, testing::PrintToString(box)) {
 
 std::vector<PixelBox> boxesIn(const TextPicture& picture) {
   std::vector<PixelBox> boxes;
-  for (const TextLine& line : findLines(picture.colours()).lines) boxes.push_back(line.box);
+  for (const TextLine& line : findLines(picture.colours()).lines) {
+    boxes.push_back(line.box);
+  }
   return boxes;
 }
 
@@ -62,7 +64,9 @@ TEST(LineSegmentation, FindsALineWhateverItsColours) {
 
 TEST(LineSegmentation, FindsALineOnASurfaceThatChangesItsColour) {
   TextPicture gradient(300, 60);
-  for (int y = 0; y < 60; ++y) gradient.fill(0, y, 300, 1, {0.95 - y * 0.006, 0.95 - y * 0.006, 0.9});
+  for (int y = 0; y < 60; ++y) {
+    gradient.fill(0, y, 300, 1, {0.95 - y * 0.006, 0.95 - y * 0.006, 0.9});
+  }
   const PixelBox ink = gradient.write("Shaded title bar", 12, 20);
   EXPECT_THAT(boxesIn(gradient), testing::ElementsAre(IsNearly(ink)));
 
@@ -79,7 +83,9 @@ TEST(LineSegmentation, JoinsTheWordsOfALineAndKeepsLinesApart) {
     TextPicture picture(300, 120);
     const std::vector<PixelBox> expected = what(picture);
     std::vector<testing::Matcher<PixelBox>> matchers;
-    for (const PixelBox& box : expected) matchers.emplace_back(IsNearly(box));
+    for (const PixelBox& box : expected) {
+      matchers.emplace_back(IsNearly(box));
+    }
     EXPECT_THAT(boxesIn(picture), testing::UnorderedElementsAreArray(matchers));
   };
   constexpr Rgb kGray = {0.6, 0.6, 0.6};
@@ -161,7 +167,9 @@ TEST(LineSegmentation, FindsNothingWhereNothingIsWritten) {
   EXPECT_THAT(boxesIn(shapes), IsEmpty());
   TextPicture pattern(300, 120);
   for (int y = 0; y < 120; y += 2) {
-    for (int x = y / 2 % 2 * 2; x < 300; x += 4) pattern.fill(x, y, 2, 2, kBlack);
+    for (int x = y / 2 % 2 * 2; x < 300; x += 4) {
+      pattern.fill(x, y, 2, 2, kBlack);
+    }
   }
   EXPECT_THAT(boxesIn(pattern), IsEmpty());
 }

@@ -1,6 +1,6 @@
 // A host that uses every public name once, so that one that the library does not export, or a header that needs
-// something that is not installed, fails to build; and that reads a picture and plays a scenario, so that the library is
-// seen to work.
+// something that is not installed, fails to build; and that reads a picture and plays a scenario, so that the library
+// is seen to work.
 
 #include <zqlogging/zqlogging.h>
 
@@ -69,7 +69,8 @@ bool useRecognizer() {
   const auto desktop = zqlogging::systemDesktop();
   zqlogging::TextRecognizer recognizer(*desktop);
   const std::vector<std::uint8_t> white(4 * 20 * 20, 255);
-  return recognizer.recognize({{std::shared_ptr<void>(), white.data()}, 20, 20, 4 * 20}, zqlogging::CGPoint{1, 1}).empty();
+  return recognizer.recognize({{std::shared_ptr<void>(), white.data()}, 20, 20, 4 * 20}, zqlogging::CGPoint{1, 1})
+      .empty();
 }
 
 bool useTrace() {
@@ -95,9 +96,11 @@ bool useScenario() {
 }  // namespace
 
 int main() {
-  const std::pair<const char*, bool (*)()> parts[] = {
-      {"service", useService}, {"desktop", useDesktop}, {"recognizer", useRecognizer}, {"trace", useTrace},
-      {"scenario", useScenario}};
+  const std::pair<const char*, bool (*)()> parts[] = {{"service", useService},
+                                                      {"desktop", useDesktop},
+                                                      {"recognizer", useRecognizer},
+                                                      {"trace", useTrace},
+                                                      {"scenario", useScenario}};
   int failures = 0;
   for (const auto& [name, works] : parts) {
     if (!works()) {

@@ -1,11 +1,11 @@
-#include "platform/Image.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <vector>
+
+#include "platform/Image.h"
 
 namespace zqlogging::port {
 namespace {
@@ -37,7 +37,9 @@ struct Places {
 
 Places placesIn(const Bitmap& bitmap) {
   Places places;
-  for (int x = 0; x < bitmap.width; ++x) places.columns.push_back(bitmap.pixels[4 * static_cast<std::size_t>(x)]);
+  for (int x = 0; x < bitmap.width; ++x) {
+    places.columns.push_back(bitmap.pixels[4 * static_cast<std::size_t>(x)]);
+  }
   for (int y = 0; y < bitmap.height; ++y) {
     places.rows.push_back(bitmap.pixels[4 * static_cast<std::size_t>(y) * static_cast<std::size_t>(bitmap.width) + 1]);
   }
@@ -65,7 +67,9 @@ TEST(Image, RendersThePartThatItDescribes) {
       {"nowhere", image.cropped({{kInfinity, 0}, {3, 3}}), {}},
       {"one pixel", Image(frame(1, 1)), {{0}, {0}}},
   };
-  for (const auto& [name, part, places] : cases) EXPECT_EQ(placesIn(part.render()), places) << name;
+  for (const auto& [name, part, places] : cases) {
+    EXPECT_EQ(placesIn(part.render()), places) << name;
+  }
 }
 
 TEST(Image, WithoutPixelsRendersTheEmptyPicture) {
@@ -76,7 +80,9 @@ TEST(Image, WithoutPixelsRendersTheEmptyPicture) {
                              {good.pixels, 4, -4, 16},
                              {good.pixels, 4, 4, 15},  // rows that overlap
                              {good.pixels, std::numeric_limits<int>::max(), 4, 16}};
-  for (const PixelBuffer& buffer : bad) EXPECT_EQ(Image(buffer).render(), Bitmap()) << buffer.width;
+  for (const PixelBuffer& buffer : bad) {
+    EXPECT_EQ(Image(buffer).render(), Bitmap()) << buffer.width;
+  }
   EXPECT_EQ(Image(good).scaled(1e6, 1e6).render(), Bitmap()) << "no memory is taken for what nobody can look at";
 }
 

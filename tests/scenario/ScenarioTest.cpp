@@ -35,14 +35,18 @@ TEST_P(ScenarioExampleTest, PlaysToExactlyTheLinesBesideIt) {
   std::ifstream expected(fs::path(GetParam()).replace_extension(".jsonl"));
   ASSERT_TRUE(scenario && expected);
   std::vector<std::string> lines;
-  for (std::string line; std::getline(expected, line);) lines.push_back(line);
+  for (std::string line; std::getline(expected, line);) {
+    lines.push_back(line);
+  }
   EXPECT_THAT(play(std::string(std::istreambuf_iterator<char>(scenario), {})), ::testing::ElementsAreArray(lines));
 }
 
 std::vector<fs::path> examples() {
   std::vector<fs::path> found;
   for (const auto& entry : fs::directory_iterator(EXAMPLES)) {
-    if (entry.path().extension() == ".json") found.push_back(entry.path());
+    if (entry.path().extension() == ".json") {
+      found.push_back(entry.path());
+    }
   }
   std::ranges::sort(found);
   return found;
@@ -127,14 +131,14 @@ TEST(ScenarioTest, EveryFaultIsFoundBeforeAnythingRunsAndPointedAt) {
 }
 
 TEST(ScenarioTest, DeepNestingIsAFaultAndNoCrash) {
-  constexpr int levels = 100000;
+  constexpr int kLevels = 100000;
   std::string arrays;
   std::string arraysEnd;
   std::string dictionaries;
   std::string dictionariesEnd;
   std::string elements;
   std::string elementsEnd;
-  for (int i = 0; i < levels; ++i) {
+  for (int i = 0; i < kLevels; ++i) {
     arrays += "[";
     arraysEnd += "]";
     dictionaries += R"({"dictionary":{"k":)";

@@ -2,8 +2,8 @@
 
 #include <thread>
 
-#include "scripted/ScriptedAccessibility.h"
 #include "scenario/DesktopReader.h"
+#include "scripted/ScriptedAccessibility.h"
 
 namespace zqlogging::port {
 namespace {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "scripted/ScriptedDesktop.h"
 #include "scenario/DesktopReader.h"
+#include "scripted/ScriptedDesktop.h"
 
 namespace zqlogging::port {
 namespace {
@@ -74,7 +74,9 @@ TEST_F(ScriptedDesktopTest, TheHitTestFindsTheDeepestElementOnTop) {
       {"an entry may find what is gone", everything, 902, 900, "gone"},
       {"the list is the whole desktop's", lower, 20, 20, "below"},
   };
-  for (const auto& c : cases) EXPECT_EQ(hit(c.asked, c.x, c.y), c.found) << c.what;
+  for (const auto& c : cases) {
+    EXPECT_EQ(hit(c.asked, c.x, c.y), c.found) << c.what;
+  }
 }
 
 TEST_F(ScriptedDesktopTest, TreeAttributesFollowFromTheTreeUnlessGiven) {

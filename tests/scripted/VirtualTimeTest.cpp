@@ -72,7 +72,9 @@ TEST_F(VirtualTimeTest, ATimerEndsByItsHandleOrByInvalidateAlsoWhileItFires) {
 TEST_F(VirtualTimeTest, StepsOfATenthOfASecondAddUp) {
   time.setWallTime(1700000000.0);
   time.runAfter(400ms, note("due"));
-  for (int i = 0; i < 4; ++i) time.advance(100ms, [] {});
+  for (int i = 0; i < 4; ++i) {
+    time.advance(100ms, [] {});
+  }
   EXPECT_THAT(happened, ElementsAre("due@400"));
   EXPECT_EQ(time.wallTime(), 1700000000.4);
 }

@@ -134,8 +134,8 @@ class Recognition : public ServiceTest {
     std::shared_ptr<std::uint8_t[]> pixels(new std::uint8_t[4UL * width * height]());
     frame = {std::shared_ptr<const std::uint8_t>(pixels, pixels.get()), width, height, 4UL * width};
     service->setOcrEnabled(true);
-    platform->recognition().setAnswer(
-        std::vector<port::TextObservation>{observation({"Save"}), observation({""}), observation({"Cancel", "Cancol"})});
+    platform->recognition().setAnswer(std::vector<port::TextObservation>{observation({"Save"}), observation({""}),
+                                                                         observation({"Cancel", "Cancol"})});
   }
   PixelBuffer frame;
 };

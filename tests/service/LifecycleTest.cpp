@@ -97,9 +97,8 @@ TEST_F(Lifecycle, AfterStopNothingFollowsTheDesktopAndNumbersBeginAnew) {
 TEST_F(Lifecycle, SystemNotificationsTakeANumberAndRecordNothing) {
   service->start("S", {}, {});
   using port::NotificationName;
-  for (const auto name : {NotificationName::willPowerOff, NotificationName::willSleep,
-                          NotificationName::screensDidWake, NotificationName::screenLocked,
-                          NotificationName::screenUnlocked}) {
+  for (const auto name : {NotificationName::willPowerOff, NotificationName::willSleep, NotificationName::screensDidWake,
+                          NotificationName::screenLocked, NotificationName::screenUnlocked}) {
     platform->scriptedWorkspace().post({name, std::nullopt});
   }
   command("c");

@@ -1,5 +1,3 @@
-#include "service/SessionLogFile.h"
-
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -9,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+
+#include "service/SessionLogFile.h"
 
 namespace zqlogging {
 namespace {
@@ -101,8 +101,18 @@ TEST(TornCharacter, IsAnUnfinishedSequenceAtTheEndAlone) {
   struct {
     const char* text;
     std::size_t length;
-  } cases[] = {{"", 0},           {"abc", 0},      {"ab\xc3", 1},     {"ab\xc3\xa9", 0},      {"\xe2\x82", 2},
-               {"\xe2\x82\xac", 0}, {"\xf0\x9f\x91", 3}, {"\xff", 0}, {"\x80\x80\x80\x80\x80", 0}, {"\xc3" "a", 0}};
+  } cases[] = {{"", 0},
+               {"abc", 0},
+               {"ab\xc3", 1},
+               {"ab\xc3\xa9", 0},
+               {"\xe2\x82", 2},
+               {"\xe2\x82\xac", 0},
+               {"\xf0\x9f\x91", 3},
+               {"\xff", 0},
+               {"\x80\x80\x80\x80\x80", 0},
+               {"\xc3"
+                "a",
+                0}};
   for (const auto& [text, length] : cases) {
     EXPECT_EQ(lengthOfTornCharacter(text), length) << text;
   }

@@ -43,28 +43,40 @@ struct FakeElement : port::Element {
 
   template <class T>
   port::Result<T> answered(T value) const {
-    if (answer != ResultCode::success) return answer;
+    if (answer != ResultCode::success) {
+      return answer;
+    }
     return value;
   }
 
   port::Result<port::Value> copyAttributeValue(const std::string& attribute) const override {
-    if (const auto error = errors.find(attribute); error != errors.end()) return error->second;
-    if (answer != ResultCode::success) return answer;
+    if (const auto error = errors.find(attribute); error != errors.end()) {
+      return error->second;
+    }
+    if (answer != ResultCode::success) {
+      return answer;
+    }
     const auto found = attributes.find(attribute);
-    if (found == attributes.end()) return ResultCode::attributeUnsupported;
+    if (found == attributes.end()) {
+      return ResultCode::attributeUnsupported;
+    }
     return answered(found->second);
   }
   port::Result<port::Array> copyAttributeValues(const std::string& attribute, std::int64_t index,
                                                 std::int64_t maxValues) const override {
     asked.range = {index, maxValues};
     const auto value = copyAttributeValue(attribute);
-    if (!value) return value.code;
+    if (!value) {
+      return value.code;
+    }
     const auto* array = std::get_if<port::Array>(&value.value);
     return array == nullptr ? port::Array{} : *array;
   }
   port::Result<std::vector<port::Value>> copyMultipleAttributeValues(
       const std::vector<std::string>& wanted) const override {
-    if (answer != ResultCode::success) return answer;
+    if (answer != ResultCode::success) {
+      return answer;
+    }
     std::vector<port::Value> values;
     for (const std::string& attribute : wanted) {
       const auto value = copyAttributeValue(attribute);
@@ -78,7 +90,9 @@ struct FakeElement : port::Element {
     return answered(attributes.contains(attribute) ? attributes.at(attribute) : port::Value());
   }
   ResultCode setAttributeValue(const std::string& attribute, const port::Value& value) const override {
-    if (answer == ResultCode::success) attributes[attribute] = value;
+    if (answer == ResultCode::success) {
+      attributes[attribute] = value;
+    }
     return answer;
   }
   ResultCode performAction(const std::string& action) const override {

@@ -80,7 +80,9 @@ struct FakePlatform : port::Platform, port::Accessibility, port::Workspace, port
   }
   port::Result<std::unique_ptr<port::NotificationObserver>> createObserver(
       std::int32_t pid, port::NotificationCallback callback) override {
-    if (observerAnswer != ResultCode::success) return observerAnswer;
+    if (observerAnswer != ResultCode::success) {
+      return observerAnswer;
+    }
     const auto state = std::make_shared<FakeObserverState>();
     state->pid = pid;
     state->callback = std::move(callback);
@@ -92,7 +94,9 @@ struct FakePlatform : port::Platform, port::Accessibility, port::Workspace, port
   std::vector<port::RunningApplication> runningApplications() override { return running; }
   std::optional<port::RunningApplication> runningApplication(std::int32_t pid) override {
     for (const auto& application : running) {
-      if (application.pid == pid) return application;
+      if (application.pid == pid) {
+        return application;
+      }
     }
     return std::nullopt;
   }

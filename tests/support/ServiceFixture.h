@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "scripted/ScriptedPlatform.h"
 #include "scenario/Settle.h"
+#include "scripted/ScriptedPlatform.h"
 #include "service/ServiceInspector.h"
 #include "zqlogging/ZQLoggingervice.h"
 
@@ -107,8 +107,7 @@ class ServiceTest : public testing::Test {
   }
 
   port::NodeId addApplication(std::int32_t pid, const std::string& title) {
-    const port::NodeId node =
-        platform->desktop().addApplication({pid, "com.example." + title, title, 0, false}, title);
+    const port::NodeId node = platform->desktop().addApplication({pid, "com.example." + title, title, 0, false}, title);
     platform->desktop().edit(node, {{{"AXRole", "AXApplication"}, {"AXTitle", title}}, {}});
     return node;
   }

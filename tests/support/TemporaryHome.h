@@ -32,7 +32,9 @@ class TemporaryHome {
 inline std::string permissionsOf(const std::filesystem::path& path) {
   const auto bits = static_cast<unsigned>(std::filesystem::status(path).permissions());
   std::string text;
-  for (int shift = 6; shift >= 0; shift -= 3) text += static_cast<char>('0' + ((bits >> shift) & 7U));
+  for (int shift = 6; shift >= 0; shift -= 3) {
+    text += static_cast<char>('0' + ((bits >> shift) & 7U));
+  }
   return text;
 }
 

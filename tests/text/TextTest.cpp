@@ -1,13 +1,13 @@
-#include "text/Text.h"
-
 #include <gtest/gtest.h>
+
+#include "text/Text.h"
 
 namespace zqlogging {
 namespace {
 
 TEST(Text, IsCutBetweenUserPerceivedCharacters) {
   const std::string family = "👨‍👩‍👧";  // one character of 18 bytes
-  const std::string accented = "e\u0301";   // one character of two code points
+  const std::string accented = "e\u0301";           // one character of two code points
   struct {
     std::string text;
     std::size_t count;
@@ -39,7 +39,9 @@ TEST(Text, IllFormedUtf8IsReplacedAndTheRestKept) {
   struct {
     const char* text;
     const char* expected;
-  } cases[] = {{"a\xff" "b", "a\uFFFDb"},
+  } cases[] = {{"a\xff"
+                "b",
+                "a\uFFFDb"},
                {"a\xc3", "a\uFFFD"},
                {"\xed\xa0\x80", "\uFFFD\uFFFD\uFFFD"},  // a surrogate
                {"\xc0\xaf", "\uFFFD\uFFFD"},            // an overlong slash

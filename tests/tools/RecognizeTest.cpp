@@ -50,7 +50,9 @@ class RecognizeTest : public ::testing::Test {
     const int status = std::system(command.c_str());
     lines.clear();
     std::istringstream output(textOf("out"));
-    for (std::string line; std::getline(output, line);) lines.emplace_back().Parse(line.c_str());
+    for (std::string line; std::getline(output, line);) {
+      lines.emplace_back().Parse(line.c_str());
+    }
     errors = textOf("err");
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
@@ -77,7 +79,9 @@ TEST_F(RecognizeTest, PrintsALineForEachPicture) {
   ASSERT_THAT(textsOf(0), ElementsAre("Close this window?", "Apply"));
   const auto box = lines[0]["texts"][1]["box"].GetArray();
   const int expected[] = {okBox.x, okBox.y, okBox.width, okBox.height};
-  for (rapidjson::SizeType i = 0; i < 4; ++i) EXPECT_NEAR(box[i].GetDouble(), expected[i], 2) << i;
+  for (rapidjson::SizeType i = 0; i < 4; ++i) {
+    EXPECT_NEAR(box[i].GetDouble(), expected[i], 2) << i;
+  }
   EXPECT_THAT(textsOf(1), IsEmpty());
   EXPECT_THAT(errors, IsEmpty()) << "the engine is silent";
 }

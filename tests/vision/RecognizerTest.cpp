@@ -1,10 +1,9 @@
-#include "vision/ZQVisionRecognizer.h"
-
 #include <gtest/gtest.h>
 
 #include <memory>
 
 #include "scripted/ScriptedPlatform.h"
+#include "vision/ZQVisionRecognizer.h"
 
 namespace zqlogging {
 namespace {
@@ -19,8 +18,10 @@ TEST(Recognizer, ItsRectangleStaysInTheFrame) {
     CGSize frame;
     CGPoint click;
     CGPoint origin;
-  } cases[] = {{kScreen, {960, 540}, {810, 480}}, {kScreen, {10, 20}, {0, 0}},
-               {kScreen, {1915, 1075}, {1620, 960}}, {kScreen, {-50, 5000}, {0, 960}},
+  } cases[] = {{kScreen, {960, 540}, {810, 480}},
+               {kScreen, {10, 20}, {0, 0}},
+               {kScreen, {1915, 1075}, {1620, 960}},
+               {kScreen, {-50, 5000}, {0, 960}},
                {{200, 100}, {50, 50}, {-100, -20}}};
   for (const auto& [frame, click, origin] : cases) {
     const CGRect rect = ZQVisionRecognizer::recognitionRect(frame, kDefault, click);
@@ -59,9 +60,8 @@ class Detections : public testing::Test {
 
 TEST_F(Detections, KnowWhetherTheyHoldTheClick) {
   // In the rectangle around the click: (150, 60) is at the minimum corner of the one and the maximum of the other.
-  platform->recognition().setAnswer(std::vector<port::TextObservation>{{{"after"}, {{0.5, 0.25}, {0.25, 0.25}}},
-                                                                       {{"before"}, {{0.25, 0.5}, {0.25, 0.25}}},
-                                                                       {{}, {{0, 0}, {1, 1}}}});
+  platform->recognition().setAnswer(std::vector<port::TextObservation>{
+      {{"after"}, {{0.5, 0.25}, {0.25, 0.25}}}, {{"before"}, {{0.25, 0.5}, {0.25, 0.25}}}, {{}, {{0, 0}, {1, 1}}}});
   recognize({960, 540});
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(point, (CGPoint{150, 60}));

@@ -76,13 +76,17 @@ class Line {
   template <class Item>
   void value(const std::vector<Item>& items) {
     writer_.StartArray();
-    for (const Item& item : items) value(item);
+    for (const Item& item : items) {
+      value(item);
+    }
     writer_.EndArray();
   }
   template <class Item>
   void value(const std::map<std::string, Item, std::less<>>& dictionary) {
     writer_.StartObject();
-    for (const auto& [key, content] : dictionary) add(key.c_str(), content);
+    for (const auto& [key, content] : dictionary) {
+      add(key.c_str(), content);
+    }
     writer_.EndObject();
   }
   void value(const EventValue& content) {
@@ -91,7 +95,9 @@ class Line {
 
   void numbers(std::initializer_list<double> items) {
     writer_.StartArray();
-    for (const double item : items) value(item);
+    for (const double item : items) {
+      value(item);
+    }
     writer_.EndArray();
   }
   static const char* nameOf(ZQLogEventType type) {
@@ -168,5 +174,7 @@ void printLine(const std::string& line) {
   const std::lock_guard lock(mutex);
   std::fwrite(line.data(), 1, line.size(), stdout);
   std::fputc('\n', stdout);
-  if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "standard output");
+  if (std::fflush(stdout) != 0) {
+    throw std::system_error(errno, std::generic_category(), "standard output");
+  }
 }

@@ -28,17 +28,25 @@ std::runtime_error fault(const std::string& path, const char* doing, const char*
 
 zqlogging::PixelBuffer readPicture(const std::string& path) {
   Png png;
-  if (!png_image_begin_read_from_file(&png, path.c_str())) throw fault(path, "read", png.message);
+  if (!png_image_begin_read_from_file(&png, path.c_str())) {
+    throw fault(path, "read", png.message);
+  }
   png.format = PNG_FORMAT_BGR;
   const auto pixelCount = static_cast<std::size_t>(png.width) * png.height;
-  if (pixelCount > kMostPixels) throw fault(path, "read", "it has more than 100 million pixels");
+  if (pixelCount > kMostPixels) {
+    throw fault(path, "read", "it has more than 100 million pixels");
+  }
   std::vector<std::uint8_t> colours(pixelCount * 3);
   const png_color white = {255, 255, 255};
-  if (!png_image_finish_read(&png, &white, colours.data(), 0, nullptr)) throw fault(path, "read", png.message);
+  if (!png_image_finish_read(&png, &white, colours.data(), 0, nullptr)) {
+    throw fault(path, "read", png.message);
+  }
 
   const auto pixels = std::make_shared<std::vector<std::uint8_t>>(pixelCount * 4, std::uint8_t{255});
   for (std::size_t i = 0; i < pixelCount; ++i) {
-    for (std::size_t channel = 0; channel < 3; ++channel) (*pixels)[4 * i + channel] = colours[3 * i + channel];
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+      (*pixels)[4 * i + channel] = colours[3 * i + channel];
+    }
   }
   zqlogging::PixelBuffer picture;
   picture.pixels = std::shared_ptr<const std::uint8_t>(pixels, pixels->data());

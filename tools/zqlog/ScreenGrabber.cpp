@@ -16,7 +16,9 @@ constexpr int kBytesPerPixel = 4;
 
 /// Blue, green, red and a byte more, as frames for recognition are.
 bool hasFramePixels(const xcb_setup_t& setup, const xcb_screen_t& screen) {
-  if (setup.image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) return false;
+  if (setup.image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) {
+    return false;
+  }
   for (auto format = xcb_setup_pixmap_formats_iterator(&setup); format.rem > 0; xcb_format_next(&format)) {
     if (format.data->depth == screen.root_depth) {
       return screen.root_depth >= 24 && format.data->bits_per_pixel == 8 * kBytesPerPixel;
@@ -29,7 +31,9 @@ bool hasFramePixels(const xcb_setup_t& setup, const xcb_screen_t& screen) {
 class SharedMemory {
  public:
   explicit SharedMemory(std::size_t size) : id_(shmget(IPC_PRIVATE, size, IPC_CREAT | 0600)) {
-    if (id_ < 0) return;
+    if (id_ < 0) {
+      return;
+    }
     void* memory = shmat(id_, nullptr, 0);
     if (memory != reinterpret_cast<void*>(-1)) {
       bytes_ = {static_cast<std::uint8_t*>(memory), [](const std::uint8_t* bytes) { shmdt(bytes); }};
@@ -38,7 +42,9 @@ class SharedMemory {
   SharedMemory(const SharedMemory&) = delete;
   SharedMemory& operator=(const SharedMemory&) = delete;
   ~SharedMemory() {
-    if (id_ >= 0) shmctl(id_, IPC_RMID, nullptr);
+    if (id_ >= 0) {
+      shmctl(id_, IPC_RMID, nullptr);
+    }
   }
 
   [[nodiscard]] std::uint32_t id() const { return static_cast<std::uint32_t>(id_); }
@@ -76,11 +82,15 @@ zqlogging::PixelBuffer ScreenGrabber::grab(int height) {
   xcb_connection_t* connection = connection_.get();
   const Reply<xcb_get_geometry_reply_t> size(
       xcb_get_geometry_reply(connection, xcb_get_geometry(connection, root_), nullptr));
-  if (!size || height <= 0) return {};
+  if (!size || height <= 0) {
+    return {};
+  }
   const int rows = std::min<int>(height, size->height);
   const std::size_t bytesPerRow = std::size_t{size->width} * kBytesPerPixel;
   const SharedMemory memory(bytesPerRow * static_cast<std::size_t>(rows));
-  if (!memory.bytes()) return {};
+  if (!memory.bytes()) {
+    return {};
+  }
   const xcb_shm_seg_t segment = xcb_generate_id(connection);
   xcb_shm_attach(connection, segment, memory.id(), 0);
   const auto request = xcb_shm_get_image(connection, root_, 0, 0, size->width, static_cast<std::uint16_t>(rows), ~0U,
@@ -89,6 +99,8 @@ zqlogging::PixelBuffer ScreenGrabber::grab(int height) {
   const Reply<xcb_shm_get_image_reply_t> image(xcb_shm_get_image_reply(connection, request, nullptr));
   while (const Reply<xcb_generic_event_t> ignored{xcb_poll_for_event(connection)}) {  // errors of the other requests
   }
-  if (!image) return {};
+  if (!image) {
+    return {};
+  }
   return {memory.bytes(), size->width, rows, bytesPerRow};
 }

@@ -17,7 +17,9 @@ int main(int argc, char** argv) {
   addRecognize(program, exitCode);
   try {
     program.parse(argc, argv);
-    if (program.get_subcommands().empty()) throw CLI::RequiredError("A command");
+    if (program.get_subcommands().empty()) {
+      throw CLI::RequiredError("A command");
+    }
   } catch (const CLI::ParseError& error) {
     return program.exit(error) == 0 ? exitDone : exitBadInput;
   } catch (const std::exception& error) {

@@ -35,21 +35,29 @@ struct Options {
 std::map<std::string, CGPoint> readClicks(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (!file) throw std::runtime_error(path + ": cannot be read");
+  if (!file) {
+    throw std::runtime_error(path + ": cannot be read");
+  }
   rapidjson::Document list;
   list.Parse(text);
   if (list.HasParseError()) {
     throw std::runtime_error(path + ": no JSON at byte " + std::to_string(list.GetErrorOffset()) + ": " +
                              rapidjson::GetParseError_En(list.GetParseError()));
   }
-  if (!list.IsArray()) throw std::runtime_error(path + ": is no list");
+  if (!list.IsArray()) {
+    throw std::runtime_error(path + ": is no list");
+  }
   std::map<std::string, CGPoint> clicks;
   for (const auto& entry : list.GetArray()) {
     const std::string place = path + ": entry " + std::to_string(&entry - list.Begin());
-    if (!entry.IsObject()) throw std::runtime_error(place + " is no object");
+    if (!entry.IsObject()) {
+      throw std::runtime_error(place + " is no object");
+    }
     const auto id = entry.FindMember("id");
     const auto click = entry.FindMember("click");
-    if (id == entry.MemberEnd() || !id->value.IsString()) throw std::runtime_error(place + " has no \"id\"");
+    if (id == entry.MemberEnd() || !id->value.IsString()) {
+      throw std::runtime_error(place + " has no \"id\"");
+    }
     if (click == entry.MemberEnd() || !click->value.IsArray() || click->value.Size() != 2 ||
         !click->value[0].IsNumber() || !click->value[1].IsNumber()) {
       throw std::runtime_error(place + " has no \"click\": [x, y]");
@@ -66,7 +74,9 @@ void recognize(zqlogging::TextRecognizer& recognizer, const std::string& path, c
   const std::vector<zqlogging::ZQTextDetection> texts = recognizer.recognize(picture, click);
   const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
   printLine(recognizedLine(path, texts, time.count()));
-  if (saveFolder.empty()) return;
+  if (saveFolder.empty()) {
+    return;
+  }
   const std::string stem = std::filesystem::path(path).stem().string();
   for (std::size_t i = 0; i < texts.size(); ++i) {
     const std::string name = stem + "-" + std::to_string(i + 1) + ".png";
@@ -84,7 +94,9 @@ int recognizeAll(const Options& options) {
       return exitBadInput;
     }
   }
-  if (!options.saveFolder.empty()) std::filesystem::create_directories(options.saveFolder);
+  if (!options.saveFolder.empty()) {
+    std::filesystem::create_directories(options.saveFolder);
+  }
   const auto desktop = zqlogging::systemDesktop();
   zqlogging::TextRecognizer recognizer(*desktop);
   recognizer.prepare();
@@ -94,10 +106,14 @@ int recognizeAll(const Options& options) {
     std::optional<CGPoint> click;
     try {
       picture = readPicture(path);
-      if (options.click.size() == 2) click = CGPoint{options.click[0], options.click[1]};
+      if (options.click.size() == 2) {
+        click = CGPoint{options.click[0], options.click[1]};
+      }
       if (!options.clicksFile.empty()) {
         const auto found = clicks.find(std::filesystem::path(path).stem().string());
-        if (found == clicks.end()) throw std::runtime_error(path + ": has no click point in " + options.clicksFile);
+        if (found == clicks.end()) {
+          throw std::runtime_error(path + ": has no click point in " + options.clicksFile);
+        }
         click = found->second;
       }
     } catch (const std::exception& error) {

@@ -58,7 +58,9 @@ void watchEndSignals() {
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
     ended = true;
     zqlogging::wakeMainLoop();
-    for (;;) pause();
+    for (;;) {
+      pause();
+    }
   }).detach();
 }
 

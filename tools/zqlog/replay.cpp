@@ -20,8 +20,12 @@ std::string contentOf(const std::string& path) {
   std::string content;
   std::array<char, 65536> part{};
   std::size_t count = 0;
-  while (file && (count = std::fread(part.data(), 1, part.size(), file.get())) > 0) content.append(part.data(), count);
-  if (!file || std::ferror(file.get()) != 0) throw std::system_error(errno, std::generic_category(), "cannot be read");
+  while (file && (count = std::fread(part.data(), 1, part.size(), file.get())) > 0) {
+    content.append(part.data(), count);
+  }
+  if (!file || std::ferror(file.get()) != 0) {
+    throw std::system_error(errno, std::generic_category(), "cannot be read");
+  }
   return content;
 }
 
@@ -29,7 +33,9 @@ std::string contentOf(const std::string& path) {
 void complain(const std::string& file, const std::string& what) {
   std::string line = "zqlog: " + file + ": " + what;
   for (char& c : line) {
-    if (static_cast<unsigned char>(c) < 0x20) c = '?';
+    if (static_cast<unsigned char>(c) < 0x20) {
+      c = '?';
+    }
   }
   std::fprintf(stderr, "%s\n", line.c_str());
 }
@@ -48,10 +54,14 @@ void catchInterruptions() {
 }
 
 void printLine(const std::string& line) {
-  if (interrupted != 0) throw std::runtime_error("interrupted");
+  if (interrupted != 0) {
+    throw std::runtime_error("interrupted");
+  }
   std::fwrite(line.data(), 1, line.size(), stdout);
   std::fputc('\n', stdout);
-  if (std::fflush(stdout) != 0) throw std::system_error(errno, std::generic_category(), "standard output");
+  if (std::fflush(stdout) != 0) {
+    throw std::system_error(errno, std::generic_category(), "standard output");
+  }
 }
 
 int replay(const std::string& file) {

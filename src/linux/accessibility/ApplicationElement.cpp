@@ -18,8 +18,8 @@ using port::Value;
 
 namespace {
 
-constexpr const char* strangersAttributes[] = {"AXRole",    "AXTitle",      "AXIdentifier",    "AXChildren",
-                                               "AXWindows", "AXMainWindow", "AXFocusedWindow", "AXFrontmost"};
+constexpr const char* kStrangersAttributes[] = {"AXRole",    "AXTitle",      "AXIdentifier",    "AXChildren",
+                                                "AXWindows", "AXMainWindow", "AXFocusedWindow", "AXFrontmost"};
 
 std::string executableName(std::int32_t pid) {
   std::string name;
@@ -47,24 +47,34 @@ Result<std::int32_t> ApplicationElement::getPid() const {
 Result<std::vector<std::string>> ApplicationElement::copyAttributeNames() const {
   return accessibility().withReader([&](AtspiReader& reader) -> Result<std::vector<std::string>> {
     const auto roots = accessibility().rootsOf(pid_, reader, timeout());
-    if (!roots.empty()) return attributeNames({accessibility(), reader, roots.front(), timeout()});
-    if (!processExists(pid_)) return ResultCode::invalidUIElement;
-    return std::vector<std::string>(std::begin(strangersAttributes), std::end(strangersAttributes));
+    if (!roots.empty()) {
+      return attributeNames({accessibility(), reader, roots.front(), timeout()});
+    }
+    if (!processExists(pid_)) {
+      return ResultCode::invalidUIElement;
+    }
+    return std::vector<std::string>(std::begin(kStrangersAttributes), std::end(kStrangersAttributes));
   });
 }
 
 Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribute) const {
   if (attribute == "AXIdentifier") {
-    if (!processExists(pid_)) return ResultCode::invalidUIElement;
+    if (!processExists(pid_)) {
+      return ResultCode::invalidUIElement;
+    }
     const auto running = platform().workspace().runningApplication(pid_);
     const bool hasName = running && running->bundleIdentifier && !running->bundleIdentifier->empty();
     return hasName ? Result<Value>(Value(*running->bundleIdentifier)) : Result<Value>(ResultCode::noValue);
   }
   // Some toolkits describe an application by the path of its executable.
-  if (attribute == "AXDescription") return ResultCode::noValue;
+  if (attribute == "AXDescription") {
+    return ResultCode::noValue;
+  }
   return accessibility().withReader([&](AtspiReader& reader) -> Result<Value> {
     const auto roots = accessibility().rootsOf(pid_, reader, timeout());
-    if (roots.empty()) return valueOfStranger(attribute);
+    if (roots.empty()) {
+      return valueOfStranger(attribute);
+    }
     const AtspiSubject subject{accessibility(), reader, roots.front(), timeout()};
     Result<Value> value = attributeValue(subject, attribute);
     const bool isNameless = attribute == "AXTitle" && value.code == ResultCode::noValue;
@@ -74,15 +84,23 @@ Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribut
 
 /// What is known of an application that is not on the accessibility bus.
 Result<Value> ApplicationElement::valueOfStranger(const std::string& attribute) const {
-  if (!processExists(pid_)) return ResultCode::invalidUIElement;
-  if (attribute == "AXRole") return Value(std::string("AXApplication"));
-  const bool isKnown = std::find(std::begin(strangersAttributes), std::end(strangersAttributes), attribute) !=
-                       std::end(strangersAttributes);
-  if (!isKnown) return ResultCode::attributeUnsupported;
+  if (!processExists(pid_)) {
+    return ResultCode::invalidUIElement;
+  }
+  if (attribute == "AXRole") {
+    return Value(std::string("AXApplication"));
+  }
+  const bool isKnown = std::find(std::begin(kStrangersAttributes), std::end(kStrangersAttributes), attribute) !=
+                       std::end(kStrangersAttributes);
+  if (!isKnown) {
+    return ResultCode::attributeUnsupported;
+  }
 
   const auto active = accessibility().windows().activeWindow();
   const bool isActive = active && active->pid == pid_;
-  if (attribute == "AXFrontmost") return Value(isActive);
+  if (attribute == "AXFrontmost") {
+    return Value(isActive);
+  }
   std::vector<WindowStack::Window> own = accessibility().windows().windows();
   std::erase_if(own, [&](const WindowStack::Window& window) { return window.pid != pid_ || window.overrideRedirect; });
   if (attribute == "AXTitle") {
@@ -95,10 +113,14 @@ Result<Value> ApplicationElement::valueOfStranger(const std::string& attribute) 
   };
   if (attribute == "AXWindows" || attribute == "AXChildren") {
     Array windows;
-    for (const WindowStack::Window& window : own) windows.emplace_back(elementOf(window));
+    for (const WindowStack::Window& window : own) {
+      windows.emplace_back(elementOf(window));
+    }
     return Value(std::move(windows));
   }
-  if (isActive) return Value(elementOf(*active));
+  if (isActive) {
+    return Value(elementOf(*active));
+  }
   return own.empty() ? Result<Value>(ResultCode::noValue) : Result<Value>(Value(elementOf(own.front())));
 }
 

@@ -9,19 +9,23 @@ namespace zqlogging {
 namespace {
 
 /// Under which a question about the whole connection is kept.
-AtspiObject connectionOf(const AtspiObject& object) { return {object.application, AtspiObject::rootPath, object.bus}; }
+AtspiObject connectionOf(const AtspiObject& object) { return {object.application, AtspiObject::kRootPath, object.bus}; }
 
 }  // namespace
 
 AtspiApplications::Known& AtspiApplications::knownLocked(const AtspiObject& object) {
-  if (bus_ != object.bus) known_.clear();
+  if (bus_ != object.bus) {
+    known_.clear();
+  }
   bus_ = object.bus;
   return known_[object.application];
 }
 
 void AtspiApplications::forget(const AtspiObject& object) {
   const std::lock_guard lock(mutex_);
-  if (bus_ == object.bus) known_.erase(object.application);
+  if (bus_ == object.bus) {
+    known_.erase(object.application);
+  }
 }
 
 bool AtspiApplications::lacks(const AtspiObject& object, Fact fact) {
@@ -44,8 +48,10 @@ std::vector<AtspiObject> AtspiApplications::lastAnswer(const AtspiObject& object
 void AtspiApplications::setLastAnswer(const AtspiObject& object, Fact fact, const AtspiAnswer& answer) {
   const std::lock_guard lock(mutex_);
   auto& answers = knownLocked(object).lastAnswers;
-  constexpr std::size_t most = 1000;
-  if (answers.size() >= most) answers.clear();
+  constexpr std::size_t kMost = 1000;
+  if (answers.size() >= kMost) {
+    answers.clear();
+  }
   const std::pair key{fact, object.path};
   if (const auto* one = answer.as<AtspiObject>()) {
     answers[key] = {*one};
@@ -57,12 +63,16 @@ void AtspiApplications::setLastAnswer(const AtspiObject& object, Fact fact, cons
 }
 
 std::vector<AtspiObject> AtspiApplications::all(AtspiReader& reader, double seconds) {
-  const AtspiObject desktop{AtspiObject::registryName, AtspiObject::rootPath, reader.busNumber()};
+  const AtspiObject desktop{AtspiObject::kRegistryName, AtspiObject::kRootPath, reader.busNumber()};
   reader.ask(desktop, Fact::childCount);
   const auto* roots = reader.read(desktop, Fact::children, seconds).as<std::vector<AtspiObject>>();
-  if (!roots) return {};
+  if (!roots) {
+    return {};
+  }
   const std::lock_guard lock(mutex_);
-  for (const AtspiObject& root : *roots) knownLocked(root).root = root;
+  for (const AtspiObject& root : *roots) {
+    knownLocked(root).root = root;
+  }
   std::erase_if(known_, [&](const auto& entry) {
     return std::none_of(roots->begin(), roots->end(),
                         [&](const auto& root) { return root.application == entry.first; });
@@ -74,7 +84,9 @@ std::vector<AtspiObject> AtspiApplications::knownRoots(std::int32_t pid) {
   const std::lock_guard lock(mutex_);
   std::vector<AtspiObject> roots;
   for (const auto& [name, known] : known_) {
-    if (known.pid == pid && !known.root.isNull()) roots.push_back(known.root);
+    if (known.pid == pid && !known.root.isNull()) {
+      roots.push_back(known.root);
+    }
   }
   return roots;
 }
@@ -87,23 +99,35 @@ bool AtspiApplications::isMet(const AtspiObject& root) {
 std::vector<AtspiObject> AtspiApplications::rootsOf(std::int32_t pid, AtspiReader& reader, double seconds) {
   // A bus name never changes hands: what is known stays true until the application is gone.
   std::vector<AtspiObject> roots = knownRoots(pid);
-  if (!roots.empty() && roots.front().bus == reader.busNumber()) return roots;
+  if (!roots.empty() && roots.front().bus == reader.busNumber()) {
+    return roots;
+  }
   std::vector<AtspiObject> strangers = all(reader, seconds);
   std::erase_if(strangers, [&](const AtspiObject& root) { return isMet(root); });
-  for (const AtspiObject& root : strangers) reader.ask(connectionOf(root), Fact::processId);
-  for (const AtspiObject& root : strangers) processOf(root, reader, seconds);
+  for (const AtspiObject& root : strangers) {
+    reader.ask(connectionOf(root), Fact::processId);
+  }
+  for (const AtspiObject& root : strangers) {
+    processOf(root, reader, seconds);
+  }
   return knownRoots(pid);
 }
 
 std::optional<std::int32_t> AtspiApplications::processOf(const AtspiObject& object, AtspiReader& reader,
                                                          double seconds) {
-  if (object.bus != reader.busNumber()) return std::nullopt;
+  if (object.bus != reader.busNumber()) {
+    return std::nullopt;
+  }
   {
     const std::lock_guard lock(mutex_);
-    if (const auto pid = knownLocked(object).pid) return pid;
+    if (const auto pid = knownLocked(object).pid) {
+      return pid;
+    }
   }
   const auto* pid = reader.read(connectionOf(object), Fact::processId, seconds).as<std::uint32_t>();
-  if (!pid) return std::nullopt;
+  if (!pid) {
+    return std::nullopt;
+  }
   const std::lock_guard lock(mutex_);
   Known& known = knownLocked(object);
   known.pid = static_cast<std::int32_t>(*pid);

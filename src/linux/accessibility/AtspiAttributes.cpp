@@ -16,10 +16,10 @@ using port::Value;
 
 namespace {
 
-constexpr std::string_view filler = "\xEF\xBF\xBC";  // U+FFFC stands for an embedded child
-constexpr int highestWindow = 48;                    // levels that the search for an element's window climbs
-constexpr int deepestFocus = 40;
-constexpr std::size_t mostNodesSearched = 400;
+constexpr std::string_view kFiller = "\xEF\xBF\xBC";  // U+FFFC stands for an embedded child
+constexpr int kHighestWindow = 48;                    // levels that the search for an element's window climbs
+constexpr int kDeepestFocus = 40;
+constexpr std::size_t kMostNodesSearched = 400;
 
 /// Which elements have an attribute.
 enum class Having {
@@ -49,7 +49,9 @@ Result<Value> nonEmpty(const std::string& text) {
 Result<Value> textOf(const AtspiSubject& subject, Fact fact) {
   const AtspiAnswer& answer = subject.read(fact);
   const auto* text = answer.as<std::string>();
-  if (text) return nonEmpty(*text);
+  if (text) {
+    return nonEmpty(*text);
+  }
   return answer.code == ResultCode::attributeUnsupported ? ResultCode::noValue : answer.code;
 }
 
@@ -57,15 +59,21 @@ template <class T>
 Result<Value> numberOf(const AtspiSubject& subject, Fact fact) {
   const AtspiAnswer& answer = subject.read(fact);
   const auto* number = answer.as<T>();
-  if (!number) return answer.code;
-  if constexpr (std::is_same_v<T, double>) return Value(*number);
+  if (!number) {
+    return answer.code;
+  }
+  if constexpr (std::is_same_v<T, double>) {
+    return Value(*number);
+  }
   return Value(static_cast<std::int64_t>(*number));
 }
 
 std::string objectAttribute(const AtspiSubject& subject, std::initializer_list<const char*> keys) {
   const auto* attributes = subject.read(Fact::objectAttributes).as<std::map<std::string, std::string>>();
   for (const char* key : keys) {
-    if (!attributes) break;
+    if (!attributes) {
+      break;
+    }
     if (const auto found = attributes->find(key); found != attributes->end() && !found->second.empty()) {
       return found->second;
     }
@@ -111,7 +119,9 @@ Result<Value> readSubrole(const AtspiSubject& subject) {
 Result<Value> readEnabled(const AtspiSubject& subject) {
   const AtspiAnswer& answer = subject.read(Fact::states);
   const auto* states = answer.as<AtspiStates>();
-  if (!states) return answer.code;
+  if (!states) {
+    return answer.code;
+  }
   return Value(has(*states, stateEnabled) || has(*states, stateSensitive));
 }
 
@@ -128,10 +138,12 @@ Result<Value> readPlaceholder(const AtspiSubject& subject) {
 Result<Value> plainText(const AtspiSubject& subject) {
   const AtspiAnswer& answer = subject.read(Fact::text);
   const auto* whole = answer.as<std::string>();
-  if (!whole) return answer.code == ResultCode::attributeUnsupported ? ResultCode::noValue : answer.code;
+  if (!whole) {
+    return answer.code == ResultCode::attributeUnsupported ? ResultCode::noValue : answer.code;
+  }
   std::string text = *whole;
-  for (std::size_t at = text.find(filler); at != std::string::npos; at = text.find(filler, at)) {
-    text.erase(at, filler.size());
+  for (std::size_t at = text.find(kFiller); at != std::string::npos; at = text.find(kFiller, at)) {
+    text.erase(at, kFiller.size());
   }
   const bool isBlank = text.find_first_not_of(" \t\r\n") == std::string::npos;
   return isBlank && text.size() != whole->size() ? ResultCode::noValue : nonEmpty(text);
@@ -139,7 +151,9 @@ Result<Value> plainText(const AtspiSubject& subject) {
 
 Result<Value> readValue(const AtspiSubject& subject) {
   const Result<const RoleRow*> row = roleOf(subject);
-  if (!row) return row.code;
+  if (!row) {
+    return row.code;
+  }
   switch (row.value->value) {
     case ValueSource::none:
     case ValueSource::secret:
@@ -147,10 +161,14 @@ Result<Value> readValue(const AtspiSubject& subject) {
     case ValueSource::text:
       return plainText(subject);
     case ValueSource::leafText: {
-      if (subject.reader.isKnownParent(subject.object)) return ResultCode::noValue;
+      if (subject.reader.isKnownParent(subject.object)) {
+        return ResultCode::noValue;
+      }
       const AtspiAnswer& count = subject.read(Fact::childCount);
       const auto* children = count.as<std::int32_t>();
-      if (!children) return count.code;
+      if (!children) {
+        return count.code;
+      }
       return *children == 0 ? plainText(subject) : ResultCode::noValue;
     }
     case ValueSource::number: {
@@ -160,10 +178,14 @@ Result<Value> readValue(const AtspiSubject& subject) {
     case ValueSource::checked: {
       const AtspiAnswer& answer = subject.read(Fact::states);
       const auto* states = answer.as<AtspiStates>();
-      if (!states) return answer.code;
-      constexpr std::int64_t off = 0, on = 1, mixed = 2;
-      if (has(*states, stateIndeterminate)) return Value(mixed);
-      return Value(has(*states, stateChecked) || has(*states, statePressed) ? on : off);
+      if (!states) {
+        return answer.code;
+      }
+      constexpr std::int64_t kOff = 0, kOn = 1, kMixed = 2;
+      if (has(*states, stateIndeterminate)) {
+        return Value(kMixed);
+      }
+      return Value(has(*states, stateChecked) || has(*states, statePressed) ? kOn : kOff);
     }
     case ValueSource::selected: {
       const Result<Value> selected = state(subject, stateSelected);
@@ -171,7 +193,9 @@ Result<Value> readValue(const AtspiSubject& subject) {
     }
     case ValueSource::choice: {
       const auto* child = subject.read(Fact::selectedChild).as<AtspiObject>();
-      if (child && !child->isNull()) return textOf(subject.of(*child), Fact::name);
+      if (child && !child->isNull()) {
+        return textOf(subject.of(*child), Fact::name);
+      }
       return plainText(subject);
     }
   }
@@ -181,9 +205,13 @@ Result<Value> readValue(const AtspiSubject& subject) {
 Result<std::vector<AtspiObject>> related(const AtspiSubject& subject, AtspiRelationType type) {
   const AtspiAnswer& answer = subject.read(Fact::relations);
   const auto* relations = answer.as<std::vector<AtspiRelation>>();
-  if (!relations) return answer.code;
+  if (!relations) {
+    return answer.code;
+  }
   for (const AtspiRelation& relation : *relations) {
-    if (relation.type == type && !relation.targets.empty()) return relation.targets;
+    if (relation.type == type && !relation.targets.empty()) {
+      return relation.targets;
+    }
   }
   return ResultCode::noValue;
 }
@@ -191,15 +219,21 @@ Result<std::vector<AtspiObject>> related(const AtspiSubject& subject, AtspiRelat
 Result<Value> elementsOf(const AtspiSubject& subject, const std::vector<AtspiObject>& objects) {
   Array array;
   for (const AtspiObject& object : objects) {
-    if (!object.isNull()) array.push_back(elementValue(subject.of(object)));
+    if (!object.isNull()) {
+      array.push_back(elementValue(subject.of(object)));
+    }
   }
   return Value(std::move(array));
 }
 
 Result<Value> readTitleElement(const AtspiSubject& subject) {
   const Result<const RoleRow*> row = roleOf(subject);
-  if (!row) return row.code;
-  if (!row.value->labelled) return ResultCode::noValue;
+  if (!row) {
+    return row.code;
+  }
+  if (!row.value->labelled) {
+    return ResultCode::noValue;
+  }
   const auto labels = related(subject, relationLabelledBy);
   return labels ? Result<Value>(elementValue(subject.of(labels.value.front()))) : Result<Value>(labels.code);
 }
@@ -212,12 +246,17 @@ Result<Value> readTitledElements(const AtspiSubject& subject) {
 /// The object's parent; the desktop above the applications is none.
 Result<AtspiObject> parentOf(const AtspiSubject& subject) {
   const Result<const RoleRow*> row = roleOf(subject);
-  if (!row) return row.code;
-  if (row.value == &roleRow(roleApplication) || subject.object.path == AtspiObject::rootPath)
+  if (!row) {
+    return row.code;
+  }
+  if (row.value == &roleRow(roleApplication) || subject.object.path == AtspiObject::kRootPath) {
     return ResultCode::noValue;
+  }
   const AtspiAnswer& answer = subject.read(Fact::parent);
   const auto* parent = answer.as<AtspiObject>();
-  if (!parent) return answer.code;
+  if (!parent) {
+    return answer.code;
+  }
   const bool isNone = parent->isNull() || *parent == subject.object;
   return isNone ? Result<AtspiObject>(ResultCode::noValue) : Result<AtspiObject>(*parent);
 }
@@ -235,8 +274,12 @@ Result<Value> readChildren(const AtspiSubject& subject) {
 
 Result<CGRect> frameOf(const AtspiSubject& subject) {
   const AtspiAnswer& answer = subject.read(Fact::extents);
-  if (answer.code == ResultCode::attributeUnsupported) return ResultCode::noValue;
-  if (answer.code != ResultCode::success) return answer.code;
+  if (answer.code == ResultCode::attributeUnsupported) {
+    return ResultCode::noValue;
+  }
+  if (answer.code != ResultCode::success) {
+    return answer.code;
+  }
   const auto frame = frameFrom(answer);
   return frame ? Result<CGRect>(*frame) : Result<CGRect>(ResultCode::noValue);
 }
@@ -258,12 +301,18 @@ Result<Value> readSize(const AtspiSubject& subject) {
 
 Result<Value> readWindow(const AtspiSubject& subject) {
   AtspiSubject current = subject;
-  for (int level = 0; level < highestWindow; ++level) {
+  for (int level = 0; level < kHighestWindow; ++level) {
     const Result<std::string> role = roleName(current);
-    if (!role) return role.code;
-    if (role.value == "AXWindow") return elementValue(current);
+    if (!role) {
+      return role.code;
+    }
+    if (role.value == "AXWindow") {
+      return elementValue(current);
+    }
     const Result<AtspiObject> parent = parentOf(current);
-    if (!parent) return parent.code;
+    if (!parent) {
+      return parent.code;
+    }
     current.object = parent.value;
   }
   return ResultCode::noValue;
@@ -271,21 +320,26 @@ Result<Value> readWindow(const AtspiSubject& subject) {
 
 Result<Value> readAddress(const AtspiSubject& subject) {
   const Result<const RoleRow*> row = roleOf(subject);
-  if (!row) return row.code;
+  if (!row) {
+    return row.code;
+  }
   std::string address;
   if (row.value->role == "AXLink") {
-    if (const auto* link = subject.read(Fact::linkAddress).as<std::string>()) address = *link;
+    if (const auto* link = subject.read(Fact::linkAddress).as<std::string>()) {
+      address = *link;
+    }
   } else if (const auto* attributes = subject.read(Fact::documentAttributes).as<std::map<std::string, std::string>>()) {
     for (const char* key : {"DocURL", "URI", "URL"}) {
-      if (const auto found = attributes->find(key); address.empty() && found != attributes->end())
+      if (const auto found = attributes->find(key); address.empty() && found != attributes->end()) {
         address = found->second;
+      }
     }
   }
   return address.empty() ? Result<Value>(ResultCode::noValue) : Result<Value>(Value(port::Url{address}));
 }
 
 AtspiSubject applicationOf(const AtspiSubject& subject) {
-  return subject.of({subject.object.application, AtspiObject::rootPath, subject.object.bus});
+  return subject.of({subject.object.application, AtspiObject::kRootPath, subject.object.bus});
 }
 
 Result<Value> readMain(const AtspiSubject& subject) {
@@ -301,12 +355,18 @@ Result<Value> readMainWindow(const AtspiSubject& subject) {
 Result<Value> readWindows(const AtspiSubject& subject) {
   const AtspiAnswer& answer = subject.read(Fact::children);
   const auto* children = answer.as<std::vector<AtspiObject>>();
-  if (!children) return answer.code;
-  for (const AtspiObject& child : *children) subject.reader.ask(child, Fact::role);
+  if (!children) {
+    return answer.code;
+  }
+  for (const AtspiObject& child : *children) {
+    subject.reader.ask(child, Fact::role);
+  }
   std::vector<AtspiObject> windows;
   for (const AtspiObject& child : *children) {
     const Result<std::string> role = roleName(subject.of(child));
-    if (role && role.value == "AXWindow") windows.push_back(child);
+    if (role && role.value == "AXWindow") {
+      windows.push_back(child);
+    }
   }
   return elementsOf(subject, windows);
 }
@@ -325,7 +385,7 @@ Result<Value> readFocusedElement(const AtspiSubject& subject) {
 Result<Value> readProtected(const AtspiSubject& /*subject*/) { return Value(true); }
 
 // clang-format off: a table
-constexpr AttributeRow attributes[] = {
+constexpr AttributeRow kAttributes[] = {
     {"AXRole", Having::everything, readRole},
     {"AXSubrole", Having::everything, readSubrole},
     {"AXRoleDescription", Having::everything, readText<Fact::roleName>},
@@ -407,27 +467,33 @@ Result<const RoleRow*> roleOf(const AtspiSubject& subject) {
 
 Result<std::string> roleName(const AtspiSubject& subject) {
   const Result<const RoleRow*> row = roleOf(subject);
-  if (!row) return row.code;
+  if (!row) {
+    return row.code;
+  }
   switch (row.value->depends) {
     case RoleDepends::no:
       break;
     case RoleDepends::multiLine: {
       const auto* states = subject.read(Fact::states).as<AtspiStates>();
-      if (states && has(*states, stateMultiLine)) return std::string("AXTextArea");
+      if (states && has(*states, stateMultiLine)) {
+        return std::string("AXTextArea");
+      }
       break;
     }
     case RoleDepends::webRole:
-      if (!objectAttribute(subject, {"xml-roles"}).empty()) return std::string("AXGroup");
+      if (!objectAttribute(subject, {"xml-roles"}).empty()) {
+        return std::string("AXGroup");
+      }
       break;
   }
   return std::string(row.value->role);
 }
 
 std::optional<CGRect> frameFrom(const AtspiAnswer& extents) {
-  constexpr double nowhere = std::numeric_limits<std::int32_t>::min();
+  constexpr double kNowhere = std::numeric_limits<std::int32_t>::min();
   const auto* frame = extents.as<CGRect>();
-  const bool isNowhere = !frame || frame->size.width < 0 || frame->size.height < 0 || frame->origin.x == nowhere ||
-                         frame->origin.y == nowhere;
+  const bool isNowhere = !frame || frame->size.width < 0 || frame->size.height < 0 || frame->origin.x == kNowhere ||
+                         frame->origin.y == kNowhere;
   return isNowhere ? std::nullopt : std::optional(*frame);
 }
 
@@ -435,7 +501,9 @@ std::optional<AtspiObject> mainWindow(const AtspiSubject& application) {
   const auto windows = windowsOf(application.reader, application.object, application.seconds);
   const auto pid =
       application.accessibility.applications().processOf(application.object, application.reader, application.seconds);
-  if (!windows || !pid) return std::nullopt;
+  if (!windows || !pid) {
+    return std::nullopt;
+  }
   auto inFront = application.accessibility.windows().activeWindow();
   if (!inFront || inFront->pid != pid) {
     const auto stack = application.accessibility.windows().windows();
@@ -445,19 +513,27 @@ std::optional<AtspiObject> mainWindow(const AtspiSubject& application) {
     inFront = top == stack.end() ? std::nullopt : std::optional(*top);
   }
   if (inFront) {
-    if (const AtspiWindow* match = matchingWindow(windows.value, *inFront)) return match->object;
+    if (const AtspiWindow* match = matchingWindow(windows.value, *inFront)) {
+      return match->object;
+    }
   }
-  for (const AtspiWindow& window : windows.value) application.reader.ask(window.object, Fact::states);
+  for (const AtspiWindow& window : windows.value) {
+    application.reader.ask(window.object, Fact::states);
+  }
   for (const AtspiWindow& window : windows.value) {
     const auto* states = application.of(window.object).read(Fact::states).as<AtspiStates>();
-    if (states && has(*states, stateActive)) return window.object;
+    if (states && has(*states, stateActive)) {
+      return window.object;
+    }
   }
   return std::nullopt;
 }
 
 std::optional<AtspiObject> focusedObject(const AtspiSubject& application) {
   const auto main = mainWindow(application);
-  if (!main) return std::nullopt;
+  if (!main) {
+    return std::nullopt;
+  }
   struct Node {
     AtspiObject object;
     bool isBelowFocus;
@@ -466,7 +542,7 @@ std::optional<AtspiObject> focusedObject(const AtspiSubject& application) {
   std::optional<AtspiObject> focused;
   bool isOnlyRow = false;
   std::size_t searched = 0;
-  for (int depth = 0; depth < deepestFocus && !level.empty() && searched < mostNodesSearched; ++depth) {
+  for (int depth = 0; depth < kDeepestFocus && !level.empty() && searched < kMostNodesSearched; ++depth) {
     searched += level.size();
     for (const Node& node : level) {
       application.reader.ask(node.object, Fact::states);
@@ -476,7 +552,9 @@ std::optional<AtspiObject> focusedObject(const AtspiSubject& application) {
     for (const auto& [object, isBelowFocus] : level) {
       const AtspiSubject subject = application.of(object);
       const auto* states = subject.read(Fact::states).as<AtspiStates>();
-      if (!states || !has(*states, stateShowing)) continue;
+      if (!states || !has(*states, stateShowing)) {
+        continue;
+      }
       bool isFocused = has(*states, stateFocused);
       bool isRow = false;
       if (isFocused && !isBelowFocus) {
@@ -501,25 +579,33 @@ std::optional<AtspiObject> focusedObject(const AtspiSubject& application) {
 
 Result<std::vector<std::string>> attributeNames(const AtspiSubject& subject) {
   const Result<const RoleRow*> row = roleOf(subject);
-  if (!row) return row.code;
+  if (!row) {
+    return row.code;
+  }
   std::vector<std::string> names;
-  for (const AttributeRow& attribute : attributes) {
-    if (hasAttribute(*row.value, attribute)) names.emplace_back(attribute.name);
+  for (const AttributeRow& attribute : kAttributes) {
+    if (hasAttribute(*row.value, attribute)) {
+      names.emplace_back(attribute.name);
+    }
   }
   return names;
 }
 
 Result<Value> attributeValue(const AtspiSubject& subject, const std::string& attribute) {
-  const auto* row = std::find_if(std::begin(attributes), std::end(attributes),
+  const auto* row = std::find_if(std::begin(kAttributes), std::end(kAttributes),
                                  [&](const AttributeRow& candidate) { return candidate.name == attribute; });
-  if (row == std::end(attributes)) {
+  if (row == std::end(kAttributes)) {
     const Result<const RoleRow*> role = roleOf(subject);
     return role ? ResultCode::attributeUnsupported : role.code;
   }
   if (row->having != Having::everything) {
     const Result<const RoleRow*> role = roleOf(subject);
-    if (!role) return role.code;
-    if (!hasAttribute(*role.value, *row)) return ResultCode::attributeUnsupported;
+    if (!role) {
+      return role.code;
+    }
+    if (!hasAttribute(*role.value, *row)) {
+      return ResultCode::attributeUnsupported;
+    }
   }
   return row->read(subject);
 }

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/Value.h"
 #include "linux/atspi/AtspiReader.h"
 #include "linux/atspi/AtspiVocabulary.h"
+#include "platform/Value.h"
 
 namespace zqlogging {
 

@@ -17,7 +17,9 @@ namespace {
 /// The attributes that are read one after the other when an element is described.
 bool isDescriptive(const std::string& attribute) {
   for (const char* name : {"AXRole", "AXTitle", "AXValue", "AXDescription", "AXHelp", "AXParent"}) {
-    if (attribute == name) return true;
+    if (attribute == name) {
+      return true;
+    }
   }
   return false;
 }
@@ -72,22 +74,32 @@ Result<Value> AtspiElement::copyAttributeValue(const std::string& attribute) con
 
 Result<Array> AtspiElement::copyAttributeValues(const std::string& attribute, std::int64_t index,
                                                 std::int64_t maxValues) const {
-  if (attribute != "AXChildren") return LinuxElement::copyAttributeValues(attribute, index, maxValues);
-  if (index < 0 || maxValues < 0) return ResultCode::illegalArgument;
+  if (attribute != "AXChildren") {
+    return LinuxElement::copyAttributeValues(attribute, index, maxValues);
+  }
+  if (index < 0 || maxValues < 0) {
+    return ResultCode::illegalArgument;
+  }
   return accessibility().withReader([&](AtspiReader& reader) -> Result<Array> {
-    constexpr std::int64_t most = INT32_MAX / 2;
-    const AtspiAnswer part = reader.readChildren(object_, static_cast<int>(std::min(index, most)),
-                                                 static_cast<int>(std::min(maxValues, most)), timeout());
+    constexpr std::int64_t kMost = INT32_MAX / 2;
+    const AtspiAnswer part = reader.readChildren(object_, static_cast<int>(std::min(index, kMost)),
+                                                 static_cast<int>(std::min(maxValues, kMost)), timeout());
     const auto* children = part.as<std::vector<AtspiObject>>();
-    if (!children) return part.code;
+    if (!children) {
+      return part.code;
+    }
     Array array;
-    for (const AtspiObject& child : *children) array.emplace_back(accessibility().elementFor(child, reader));
+    for (const AtspiObject& child : *children) {
+      array.emplace_back(accessibility().elementFor(child, reader));
+    }
     return array;
   });
 }
 
 Result<std::int64_t> AtspiElement::getAttributeValueCount(const std::string& attribute) const {
-  if (attribute != "AXChildren") return LinuxElement::getAttributeValueCount(attribute);
+  if (attribute != "AXChildren") {
+    return LinuxElement::getAttributeValueCount(attribute);
+  }
   return accessibility().withReader([&](AtspiReader& reader) -> Result<std::int64_t> {
     const AtspiAnswer& answer = reader.read(object_, Fact::childCount, timeout());
     const auto* count = answer.as<std::int32_t>();

@@ -33,17 +33,21 @@ struct AtspiObserver::State {
 
 namespace {
 
-constexpr const char* mainWindowChanged = "AXMainWindowChanged";
-constexpr const char* focusChanged = "AXFocusedUIElementChanged";
+constexpr const char* kMainWindowChanged = "AXMainWindowChanged";
+constexpr const char* kFocusChanged = "AXFocusedUIElementChanged";
 
 /// Whether the window that has been activated is one that the user works with. Menus and other popups are not, but some
 /// toolkits activate them too; a window with a role of its own is believed without asking the X server.
 bool isMainWindow(const AtspiSubject& window) {
   const auto row = roleOf(window);
-  if (!row) return false;
-  if (row.value->subrole == "AXStandardWindow" || row.value->subrole == "AXDialog") return true;
+  if (!row) {
+    return false;
+  }
+  if (row.value->subrole == "AXStandardWindow" || row.value->subrole == "AXDialog") {
+    return true;
+  }
   return row.value->role == "AXWindow" &&
-         mainWindow(window.of({window.object.application, AtspiObject::rootPath, window.object.bus})) == window.object;
+         mainWindow(window.of({window.object.application, AtspiObject::kRootPath, window.object.bus})) == window.object;
 }
 
 bool isSupported(const std::string& notification) {
@@ -70,10 +74,14 @@ AtspiObserver::~AtspiObserver() {
 }
 
 void AtspiObserver::hookIntoCurrentLoop() {
-  if (state_->events) return;
+  if (state_->events) {
+    return;
+  }
   state_->thread = std::this_thread::get_id();
   state_->events = state_->accessibility.eventsOfCurrentLoop();
-  for (const auto& registration : state_->registrations) listen(state_, registration);
+  for (const auto& registration : state_->registrations) {
+    listen(state_, registration);
+  }
 }
 
 void AtspiObserver::unhookFromCurrentLoop() {
@@ -86,10 +94,16 @@ void AtspiObserver::unhookFromCurrentLoop() {
 }
 
 ResultCode AtspiObserver::addNotification(const port::Element& element, const std::string& notification) {
-  if (!isSupported(notification)) return ResultCode::notificationUnsupported;
+  if (!isSupported(notification)) {
+    return ResultCode::notificationUnsupported;
+  }
   const auto pid = element.getPid();
-  if (!pid) return pid.code;
-  if (pid.value != state_->pid) return ResultCode::illegalArgument;
+  if (!pid) {
+    return pid.code;
+  }
+  if (pid.value != state_->pid) {
+    return ResultCode::illegalArgument;
+  }
   for (const auto& registration : state_->registrations) {
     if (registration->notification == notification && registration->element->isEqual(element)) {
       return ResultCode::notificationAlreadyRegistered;
@@ -104,7 +118,9 @@ ResultCode AtspiObserver::addNotification(const port::Element& element, const st
     registration->element = state_->accessibility.createApplicationElement(state_->pid);
   }
   state_->registrations.push_back(registration);
-  if (state_->events) listen(state_, registration);
+  if (state_->events) {
+    listen(state_, registration);
+  }
   return ResultCode::success;
 }
 
@@ -120,23 +136,29 @@ void AtspiObserver::listen(const std::shared_ptr<State>& state, const std::share
   LinuxAccessibility& accessibility = state->accessibility;
   const auto roots = accessibility.withReader(
       [&](AtspiReader& reader) { return accessibility.rootsOf(state->pid, reader, accessibility.messagingTimeout()); });
-  const bool isAboutMainWindow = registration->notification == mainWindowChanged;
+  const bool isAboutMainWindow = registration->notification == kMainWindowChanged;
   std::vector<std::string> senders;
   for (const AtspiObject& root : roots) {
     senders.push_back(root.application);
-    if (isAboutMainWindow) noteMainWindow(*state, *registration, root);
+    if (isAboutMainWindow) {
+      noteMainWindow(*state, *registration, root);
+    }
     registration->knowsMainWindow = true;  // also when there is none
   }
   const auto handler = [&](void (*handle)(State&, Registration&, const AtspiObject&)) {
     return [handle, weakState = std::weak_ptr(state), weak = std::weak_ptr(registration)](const AtspiObject& object) {
       const auto current = weakState.lock();
       const auto registered = weak.lock();
-      if (current && registered && current->active) handle(*current, *registered, object);
+      if (current && registered && current->active) {
+        handle(*current, *registered, object);
+      }
     };
   };
-  const bool isAboutFocus = registration->notification == focusChanged && !registration->object;
+  const bool isAboutFocus = registration->notification == kFocusChanged && !registration->object;
   for (const EventRow& row : eventRows()) {
-    if (row.notification != registration->notification) continue;
+    if (row.notification != registration->notification) {
+      continue;
+    }
     registration->subscriptions.push_back(state->events->subscribe(state->pid, senders, row, handler(deliver),
                                                                    isAboutFocus        ? handler(deliverPresentFocus)
                                                                    : isAboutMainWindow ? handler(noteMainWindow)
@@ -145,28 +167,42 @@ void AtspiObserver::listen(const std::shared_ptr<State>& state, const std::share
 }
 
 void AtspiObserver::deliver(State& state, Registration& registration, const AtspiObject& source) {
-  if (registration.object && registration.object != source) return;
+  if (registration.object && registration.object != source) {
+    return;
+  }
   LinuxAccessibility& accessibility = state.accessibility;
   const std::string notification = registration.notification;
-  const bool isChange = notification == mainWindowChanged || notification == focusChanged;
-  if (isChange && registration.last == source) return;  // toolkits repeat themselves
+  const bool isChange = notification == kMainWindowChanged || notification == kFocusChanged;
+  if (isChange && registration.last == source) {
+    return;  // toolkits repeat themselves
+  }
   const ElementRef element = accessibility.withReader([&](AtspiReader& reader) -> ElementRef {
     const AtspiSubject subject{accessibility, reader, source, accessibility.messagingTimeout()};
-    if (notification == mainWindowChanged && !isMainWindow(subject)) return nullptr;
-    if (notification.starts_with("AXApplication")) return accessibility.createApplicationElement(state.pid);
+    if (notification == kMainWindowChanged && !isMainWindow(subject)) {
+      return nullptr;
+    }
+    if (notification.starts_with("AXApplication")) {
+      return accessibility.createApplicationElement(state.pid);
+    }
     return accessibility.elementFor(source, reader);
   });
-  if (!element) return;
+  if (!element) {
+    return;
+  }
   registration.last = source;
-  const bool isNews = notification != mainWindowChanged || registration.knowsMainWindow;
+  const bool isNews = notification != kMainWindowChanged || registration.knowsMainWindow;
   registration.knowsMainWindow = true;
-  if (isNews) state.callback(element, notification, {});
+  if (isNews) {
+    state.callback(element, notification, {});
+  }
 }
 
 /// The window that is the main one already, when the application is there or comes to the bus, has not become it. Where
 /// an application that comes does not show it yet, it is the one that is announced first.
 void AtspiObserver::noteMainWindow(State& state, Registration& registration, const AtspiObject& root) {
-  if (registration.knowsMainWindow) return;
+  if (registration.knowsMainWindow) {
+    return;
+  }
   LinuxAccessibility& accessibility = state.accessibility;
   registration.last = accessibility.withReader([&](AtspiReader& reader) {
     return mainWindow({accessibility, reader, root, accessibility.messagingTimeout()});
@@ -176,12 +212,16 @@ void AtspiObserver::noteMainWindow(State& state, Registration& registration, con
 
 /// An application says where its focus is when it comes forward, which is before anybody can ask to be told.
 void AtspiObserver::deliverPresentFocus(State& state, Registration& registration, const AtspiObject& root) {
-  if (registration.last) return;  // it has been heard of since
+  if (registration.last) {
+    return;  // it has been heard of since
+  }
   LinuxAccessibility& accessibility = state.accessibility;
   const auto focused = accessibility.withReader([&](AtspiReader& reader) {
     return focusedObject({accessibility, reader, root, accessibility.messagingTimeout()});
   });
-  if (focused) deliver(state, registration, *focused);
+  if (focused) {
+    deliver(state, registration, *focused);
+  }
 }
 
 }  // namespace zqlogging

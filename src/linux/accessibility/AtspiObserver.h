@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include "linux/atspi/AtspiEvents.h"
 #include "linux/accessibility/LinuxAccessibility.h"
+#include "linux/atspi/AtspiEvents.h"
 
 namespace zqlogging {
 

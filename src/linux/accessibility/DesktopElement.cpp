@@ -17,19 +17,29 @@ Result<std::vector<std::string>> DesktopElement::copyAttributeNames() const {
 }
 
 Result<Value> DesktopElement::copyAttributeValue(const std::string& attribute) const {
-  if (attribute == "AXRole") return Value(std::string("AXSystemWide"));
-  if (attribute != "AXFocusedApplication" && attribute != "AXFocusedUIElement") return ResultCode::attributeUnsupported;
+  if (attribute == "AXRole") {
+    return Value(std::string("AXSystemWide"));
+  }
+  if (attribute != "AXFocusedApplication" && attribute != "AXFocusedUIElement") {
+    return ResultCode::attributeUnsupported;
+  }
   const auto active = accessibility().windows().activeWindow();
-  if (!active || !active->pid) return ResultCode::noValue;
+  if (!active || !active->pid) {
+    return ResultCode::noValue;
+  }
   const port::ElementRef application = accessibility().createApplicationElement(*active->pid);
-  if (attribute == "AXFocusedApplication") return Value(application);
+  if (attribute == "AXFocusedApplication") {
+    return Value(application);
+  }
   return application->copyAttributeValue(attribute);
 }
 
 Result<std::int32_t> DesktopElement::getPid() const { return ResultCode::illegalArgument; }
 
 ResultCode DesktopElement::setMessagingTimeout(float seconds) const {
-  if (!(seconds >= 0)) return ResultCode::illegalArgument;
+  if (!(seconds >= 0)) {
+    return ResultCode::illegalArgument;
+  }
   accessibility().setMessagingTimeout(seconds);
   return ResultCode::success;
 }

@@ -4,15 +4,15 @@
 
 #include "linux/accessibility/ApplicationElement.h"
 #include "linux/accessibility/AtspiElement.h"
-#include "linux/atspi/AtspiEvents.h"
 #include "linux/accessibility/AtspiObserver.h"
 #include "linux/accessibility/DesktopElement.h"
+#include "linux/atspi/AtspiEvents.h"
 
 namespace zqlogging {
 
 namespace {
 
-constexpr float defaultMessagingTimeout = 1;  // second
+constexpr float kDefaultMessagingTimeout = 1;  // second
 
 /// The burst of reads that this thread has open, and whose it is.
 thread_local struct {
@@ -63,12 +63,14 @@ const EventRow* windowActivated() {
 }  // namespace
 
 LinuxAccessibility::LinuxAccessibility(port::Platform& platform)
-    : platform_(platform), bus_([this] { reconnectEvents(); }), messagingTimeout_(defaultMessagingTimeout) {}
+    : platform_(platform), bus_([this] { reconnectEvents(); }), messagingTimeout_(kDefaultMessagingTimeout) {}
 
 LinuxAccessibility::~LinuxAccessibility() = default;
 
 bool LinuxAccessibility::isProcessTrusted(bool prompt) {
-  if (prompt) AtspiBus::announceAssistiveTechnology();
+  if (prompt) {
+    AtspiBus::announceAssistiveTechnology();
+  }
   return bus_.answers();
 }
 
@@ -80,8 +82,12 @@ port::ElementRef LinuxAccessibility::createApplicationElement(std::int32_t pid) 
 
 port::Result<std::unique_ptr<port::NotificationObserver>> LinuxAccessibility::createObserver(
     std::int32_t pid, port::NotificationCallback callback) {
-  if (pid < 0 || !callback) return port::ResultCode::illegalArgument;
-  if (!processExists(pid)) return port::ResultCode::invalidUIElement;
+  if (pid < 0 || !callback) {
+    return port::ResultCode::illegalArgument;
+  }
+  if (!processExists(pid)) {
+    return port::ResultCode::invalidUIElement;
+  }
   return std::unique_ptr<port::NotificationObserver>(std::make_unique<AtspiObserver>(*this, pid, std::move(callback)));
 }
 
@@ -91,14 +97,20 @@ std::unique_ptr<port::Subscription> LinuxAccessibility::subscribeActivation(
   activation->handler = std::move(handler);
   GMainContext* main = g_main_context_default();
   runOn(main, [this, activation, main] {
-    if (!activation->active) return;
+    if (!activation->active) {
+      return;
+    }
     activation->subscription = eventsOf(main)->subscribe(
         std::nullopt, {}, *windowActivated(), [this, weak = std::weak_ptr(activation)](const AtspiObject& source) {
           const auto current = weak.lock();
-          if (!current || !current->active) return;
+          if (!current || !current->active) {
+            return;
+          }
           const auto pid = withReader(
               [&](AtspiReader& reader) { return applications_.processOf(source, reader, messagingTimeout_); });
-          if (pid) current->handler(*pid);
+          if (pid) {
+            current->handler(*pid);
+          }
         });
   });
   return std::make_unique<ActivationSubscription>(std::move(activation));
@@ -106,7 +118,9 @@ std::unique_ptr<port::Subscription> LinuxAccessibility::subscribeActivation(
 
 std::vector<AtspiObject> LinuxAccessibility::rootsOf(std::int32_t pid, AtspiReader& reader, double seconds) {
   auto roots = applications_.rootsOf(pid, reader, seconds);
-  if (roots.empty()) bus_.lookForAnotherBus(false);  // for the next reader
+  if (roots.empty()) {
+    bus_.lookForAnotherBus(false);  // for the next reader
+  }
   return roots;
 }
 
@@ -119,7 +133,9 @@ std::shared_ptr<AtspiEvents> LinuxAccessibility::eventsOf(GMainContext* context)
   const std::lock_guard lock(eventsMutex_);
   std::erase_if(events_, [](const auto& entry) { return entry.second.expired(); });
   auto events = events_[context].lock();
-  if (!events) events_[context] = events = std::make_shared<AtspiEvents>(bus_, context);
+  if (!events) {
+    events_[context] = events = std::make_shared<AtspiEvents>(bus_, context);
+  }
   return events;
 }
 
@@ -128,13 +144,17 @@ void LinuxAccessibility::reconnectEvents() {
   const std::lock_guard lock(eventsMutex_);
   for (const auto& [context, events] : events_) {
     runOn(context, [weak = events] {
-      if (const auto current = weak.lock()) current->connect();
+      if (const auto current = weak.lock()) {
+        current->connect();
+      }
     });
   }
 }
 
 std::unique_ptr<port::ReadScope> LinuxAccessibility::openReadScope() {
-  if (openReader()) return std::make_unique<port::ReadScope>();  // the outer scope serves
+  if (openReader()) {
+    return std::make_unique<port::ReadScope>();  // the outer scope serves
+  }
   return std::make_unique<AtspiReadScope>(*this);
 }
 
@@ -142,21 +162,26 @@ AtspiReader* LinuxAccessibility::openReader() { return openBurst.owner == this ?
 
 void LinuxAccessibility::expectReads(std::span<const port::ElementRef> elements) {
   AtspiReader* reader = openReader();
-  if (!reader) return;
+  if (!reader) {
+    return;
+  }
   for (const port::ElementRef& element : elements) {
     const auto* object = dynamic_cast<const AtspiElement*>(element.get());
-    if (object) reader->want(object->object(), AtspiReader::wantsName);
+    if (object) {
+      reader->want(object->object(), AtspiReader::wantsName);
+    }
   }
 }
 
 void LinuxAccessibility::setMessagingTimeout(float seconds) {
-  messagingTimeout_ = seconds > 0 ? seconds : defaultMessagingTimeout;
+  messagingTimeout_ = seconds > 0 ? seconds : kDefaultMessagingTimeout;
 }
 
 port::ElementRef LinuxAccessibility::elementFor(const AtspiObject& object, AtspiReader& reader) {
-  if (object.path == AtspiObject::rootPath) {
-    if (const auto pid = applications_.processOf(object, reader, messagingTimeout_))
+  if (object.path == AtspiObject::kRootPath) {
+    if (const auto pid = applications_.processOf(object, reader, messagingTimeout_)) {
       return createApplicationElement(*pid);
+    }
   }
   return std::make_shared<AtspiElement>(*this, object);
 }

@@ -7,13 +7,13 @@
 #include <memory>
 #include <mutex>
 
-#include "platform/Accessibility.h"
-#include "platform/Platform.h"
-#include "platform/Workspace.h"
 #include "linux/accessibility/AtspiApplications.h"
 #include "linux/atspi/AtspiBus.h"
 #include "linux/atspi/AtspiReader.h"
 #include "linux/x11/WindowStack.h"
+#include "platform/Accessibility.h"
+#include "platform/Platform.h"
+#include "platform/Workspace.h"
 
 typedef struct _GMainContext GMainContext;
 
@@ -46,7 +46,9 @@ class LinuxAccessibility : public port::Accessibility {
   /// Runs reads with the burst that the calling thread has open, or else with one of their own.
   template <class Reads>
   auto withReader(Reads reads) {
-    if (AtspiReader* open = openReader()) return reads(*open);
+    if (AtspiReader* open = openReader()) {
+      return reads(*open);
+    }
     AtspiReader own(bus_, applications_);
     return reads(own);
   }

@@ -18,7 +18,9 @@ double LinuxElement::timeout() const {
 }
 
 ResultCode LinuxElement::setMessagingTimeout(float seconds) const {
-  if (!(seconds >= 0)) return ResultCode::illegalArgument;
+  if (!(seconds >= 0)) {
+    return ResultCode::illegalArgument;
+  }
   timeout_ = seconds;
   return ResultCode::success;
 }
@@ -31,11 +33,17 @@ Result<std::vector<std::string>> LinuxElement::copyActionNames() const { return 
 
 Result<Array> LinuxElement::copyAttributeValues(const std::string& attribute, std::int64_t index,
                                                 std::int64_t maxValues) const {
-  if (index < 0 || maxValues < 0) return ResultCode::illegalArgument;
+  if (index < 0 || maxValues < 0) {
+    return ResultCode::illegalArgument;
+  }
   Result<Value> whole = copyAttributeValue(attribute);
-  if (!whole) return whole.code;
+  if (!whole) {
+    return whole.code;
+  }
   auto* array = std::get_if<Array>(&whole.value);
-  if (!array) return ResultCode::illegalArgument;
+  if (!array) {
+    return ResultCode::illegalArgument;
+  }
   const auto size = static_cast<std::int64_t>(array->size());
   const std::int64_t from = std::min(index, size);
   const std::int64_t count = std::min(maxValues, size - from);
@@ -44,15 +52,21 @@ Result<Array> LinuxElement::copyAttributeValues(const std::string& attribute, st
 
 Result<std::int64_t> LinuxElement::getAttributeValueCount(const std::string& attribute) const {
   const Result<Value> whole = copyAttributeValue(attribute);
-  if (!whole) return whole.code;
+  if (!whole) {
+    return whole.code;
+  }
   const auto* array = std::get_if<Array>(&whole.value);
-  if (!array) return ResultCode::illegalArgument;
+  if (!array) {
+    return ResultCode::illegalArgument;
+  }
   return static_cast<std::int64_t>(array->size());
 }
 
 Result<bool> LinuxElement::isAttributeSettable(const std::string& attribute) const {
   const Result<std::vector<std::string>> names = copyAttributeNames();
-  if (!names) return names.code;
+  if (!names) {
+    return names.code;
+  }
   const bool present = std::find(names.value.begin(), names.value.end(), attribute) != names.value.end();
   return present ? Result<bool>(false) : Result<bool>(ResultCode::attributeUnsupported);
 }
@@ -67,7 +81,9 @@ Result<std::vector<Value>> LinuxElement::copyMultipleAttributeValues(const std::
   for (const std::string& attribute : attributes) {
     Result<Value> value = copyAttributeValue(attribute);
     const bool elementIsGone = value.code == ResultCode::invalidUIElement || value.code == ResultCode::apiDisabled;
-    if (elementIsGone) return value.code;
+    if (elementIsGone) {
+      return value.code;
+    }
     values.push_back(value ? std::move(value.value) : Value(value.code));
   }
   return values;
@@ -86,7 +102,9 @@ ResultCode LinuxElement::performAction(const std::string& /*action*/) const { re
 
 Result<port::ElementRef> LinuxElement::copyElementAtPosition(float x, float y) const {
   const Result<std::int32_t> pid = getPid();
-  if (!pid) return pid.code;
+  if (!pid) {
+    return pid.code;
+  }
   return elementAtPoint(accessibility_, x, y, pid.value, timeout());
 }
 

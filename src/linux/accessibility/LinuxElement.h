@@ -2,8 +2,8 @@
 
 #include <atomic>
 
-#include "platform/Accessibility.h"
 #include "linux/accessibility/LinuxAccessibility.h"
+#include "platform/Accessibility.h"
 
 namespace zqlogging {
 

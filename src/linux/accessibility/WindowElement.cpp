@@ -40,48 +40,86 @@ Result<std::vector<std::string>> WindowElement::copyAttributeNames() const {
 }
 
 Result<Value> WindowElement::valueOfContents(const std::string& attribute) const {
-  if (attribute == "AXRole") return Value(std::string("AXGroup"));
+  if (attribute == "AXRole") {
+    return Value(std::string("AXGroup"));
+  }
   if (attribute == "AXParent" || attribute == "AXWindow" || attribute == "AXTopLevelUIElement") {
     return Value(sibling(Part::window));
   }
-  if (attribute == "AXChildren") return Value(port::Array());
-  if (attribute == "AXEnabled") return Value(true);
+  if (attribute == "AXChildren") {
+    return Value(port::Array());
+  }
+  if (attribute == "AXEnabled") {
+    return Value(true);
+  }
   const bool isFrame = attribute == "AXPosition" || attribute == "AXSize" || attribute == "AXFrame";
-  if (!isFrame) return ResultCode::attributeUnsupported;
+  if (!isFrame) {
+    return ResultCode::attributeUnsupported;
+  }
   const auto now = accessibility().windows().window(window_.client);
-  if (!now) return ResultCode::invalidUIElement;
-  if (attribute == "AXPosition") return Value(now->clientFrame.origin);
+  if (!now) {
+    return ResultCode::invalidUIElement;
+  }
+  if (attribute == "AXPosition") {
+    return Value(now->clientFrame.origin);
+  }
   return attribute == "AXSize" ? Value(now->clientFrame.size) : Value(now->clientFrame);
 }
 
 Result<Value> WindowElement::copyAttributeValue(const std::string& attribute) const {
-  if (part_ == Part::contents) return valueOfContents(attribute);
+  if (part_ == Part::contents) {
+    return valueOfContents(attribute);
+  }
   const bool isToolTip = window_.type == WindowStack::Type::toolTip;
   const bool isMenu = window_.type == WindowStack::Type::menu;
-  if (attribute == "AXRole") return Value(std::string(isToolTip ? "AXHelpTag" : isMenu ? "AXMenu" : "AXWindow"));
+  if (attribute == "AXRole") {
+    return Value(std::string(isToolTip ? "AXHelpTag" : isMenu ? "AXMenu" : "AXWindow"));
+  }
   if (attribute == "AXParent") {
-    if (!window_.pid) return ResultCode::noValue;
+    if (!window_.pid) {
+      return ResultCode::noValue;
+    }
     return Value(accessibility().createApplicationElement(*window_.pid));
   }
-  if (attribute == "AXChildren") return Value(port::Array{sibling(Part::contents)});
-  if (attribute == "AXEnabled") return Value(true);
-  if (attribute == "AXWindow" || attribute == "AXTopLevelUIElement") return Value(sibling(Part::window));
+  if (attribute == "AXChildren") {
+    return Value(port::Array{sibling(Part::contents)});
+  }
+  if (attribute == "AXEnabled") {
+    return Value(true);
+  }
+  if (attribute == "AXWindow" || attribute == "AXTopLevelUIElement") {
+    return Value(sibling(Part::window));
+  }
   if (attribute == "AXMain" || attribute == "AXFocused") {
     const auto active = accessibility().windows().activeWindow();
     return Value(active && active->id == window_.id);
   }
   const bool isKnown = attribute == "AXSubrole" || attribute == "AXTitle" || attribute == "AXPosition" ||
                        attribute == "AXSize" || attribute == "AXFrame";
-  if (!isKnown) return ResultCode::attributeUnsupported;
+  if (!isKnown) {
+    return ResultCode::attributeUnsupported;
+  }
 
   const auto now = accessibility().windows().window(window_.client);
-  if (!now) return ResultCode::invalidUIElement;
-  if (attribute == "AXPosition") return Value(now->frame.origin);
-  if (attribute == "AXSize") return Value(now->frame.size);
-  if (attribute == "AXFrame") return Value(now->frame);
+  if (!now) {
+    return ResultCode::invalidUIElement;
+  }
+  if (attribute == "AXPosition") {
+    return Value(now->frame.origin);
+  }
+  if (attribute == "AXSize") {
+    return Value(now->frame.size);
+  }
+  if (attribute == "AXFrame") {
+    return Value(now->frame);
+  }
   // Of popups the title is some default of the toolkit.
-  if (now->overrideRedirect || isToolTip || isMenu) return ResultCode::noValue;
-  if (attribute == "AXSubrole") return Value(std::string("AXStandardWindow"));
+  if (now->overrideRedirect || isToolTip || isMenu) {
+    return ResultCode::noValue;
+  }
+  if (attribute == "AXSubrole") {
+    return Value(std::string("AXStandardWindow"));
+  }
   return now->title.empty() ? Result<Value>(ResultCode::noValue) : Result<Value>(Value(now->title));
 }
 

@@ -2,17 +2,17 @@
 
 #include <cstdlib>
 
-#include "linux/system/MonotonicTime.h"
 #include "linux/atspi/AtspiObject.h"
+#include "linux/system/MonotonicTime.h"
 
 namespace zqlogging {
 
 namespace {
 
-constexpr std::uint64_t startTime = 1'000'000;  // microseconds: the bus or its registry may have to be started
-constexpr std::uint64_t answerTime = 250'000;
-constexpr std::uint64_t lookInterval = 5'000'000;
-constexpr std::size_t mostIdleLinks = 2;
+constexpr std::uint64_t kStartTime = 1'000'000;  // microseconds: the bus or its registry may have to be started
+constexpr std::uint64_t kAnswerTime = 250'000;
+constexpr std::uint64_t kLookInterval = 5'000'000;
+constexpr std::size_t kMostIdleLinks = 2;
 
 SdBusMessagePtr newMessage(const AtspiLink& link, const char* destination, const char* path, const char* interface,
                            const char* member) {
@@ -24,11 +24,15 @@ SdBusMessagePtr newMessage(const AtspiLink& link, const char* destination, const
 bool isAnswer(const SdBusMessagePtr& reply) { return reply && !sd_bus_message_is_method_error(reply.get(), nullptr); }
 
 std::string askForAddress() {
-  if (const char* address = std::getenv("AT_SPI_BUS_ADDRESS")) return address;
+  if (const char* address = std::getenv("AT_SPI_BUS_ADDRESS")) {
+    return address;
+  }
   const auto session = AtspiLink::openSessionBus();
-  if (!session) return {};
+  if (!session) {
+    return {};
+  }
   const auto reply = session->call(newMessage(*session, "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress"),
-                                   monotonicMicroseconds() + startTime);
+                                   monotonicMicroseconds() + kStartTime);
   const char* address = nullptr;
   return isAnswer(reply) && sd_bus_message_read(reply.get(), "s", &address) > 0 ? address : "";
 }
@@ -37,16 +41,20 @@ std::string askForAddress() {
 bool startRegistry(AtspiLink& bus) {
   const auto message =
       newMessage(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "StartServiceByName");
-  constexpr std::uint32_t noFlags = 0;
-  if (!message || sd_bus_message_append(message.get(), "su", AtspiObject::registryName, noFlags) < 0) return false;
-  return isAnswer(bus.call(message, monotonicMicroseconds() + startTime));
+  constexpr std::uint32_t kNoFlags = 0;
+  if (!message || sd_bus_message_append(message.get(), "su", AtspiObject::kRegistryName, kNoFlags) < 0) {
+    return false;
+  }
+  return isAnswer(bus.call(message, monotonicMicroseconds() + kStartTime));
 }
 
 bool registryAnswers(AtspiLink& bus) {
   const auto message =
-      newMessage(bus, AtspiObject::registryName, AtspiObject::rootPath, "org.a11y.atspi.Accessible", "GetRole");
-  if (message) sd_bus_message_set_auto_start(message.get(), 0);
-  return isAnswer(bus.call(message, monotonicMicroseconds() + answerTime));
+      newMessage(bus, AtspiObject::kRegistryName, AtspiObject::kRootPath, "org.a11y.atspi.Accessible", "GetRole");
+  if (message) {
+    sd_bus_message_set_auto_start(message.get(), 0);
+  }
+  return isAnswer(bus.call(message, monotonicMicroseconds() + kAnswerTime));
 }
 
 }  // namespace
@@ -54,26 +62,36 @@ bool registryAnswers(AtspiLink& bus) {
 AtspiBus::Address AtspiBus::address() {
   {
     const std::lock_guard lock(mutex_);
-    if (!address_.text.empty()) return address_;
+    if (!address_.text.empty()) {
+      return address_;
+    }
   }
   const std::string found = askForAddress();
   const std::lock_guard lock(mutex_);
-  if (address_.text.empty() && !found.empty()) address_ = {found, address_.number + 1};
+  if (address_.text.empty() && !found.empty()) {
+    address_ = {found, address_.number + 1};
+  }
   return address_;
 }
 
 void AtspiBus::forget(std::uint32_t number) {
   const std::lock_guard lock(mutex_);
-  if (address_.number == number) address_.text.clear();
+  if (address_.number == number) {
+    address_.text.clear();
+  }
 }
 
 std::unique_ptr<AtspiLink> AtspiBus::open() {
-  constexpr int attempts = 2;  // the address may be that of a bus that has died
-  for (int attempt = 0; attempt < attempts; ++attempt) {
+  constexpr int kAttempts = 2;  // the address may be that of a bus that has died
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const Address at = address();
-    if (at.text.empty()) return nullptr;
+    if (at.text.empty()) {
+      return nullptr;
+    }
     auto link = AtspiLink::open(at.text, at.number);
-    if (link && link->process()) return link;
+    if (link && link->process()) {
+      return link;
+    }
     forget(at.number);
   }
   return nullptr;
@@ -92,8 +110,12 @@ AtspiBus::LinkPtr AtspiBus::link() {
     forget(link->busNumber());
     link.reset();
   }
-  if (link && link->busNumber() != address().number) link.reset();
-  if (!link) link = open();
+  if (link && link->busNumber() != address().number) {
+    link.reset();
+  }
+  if (!link) {
+    link = open();
+  }
   bool isNew = false;
   if (link) {
     const std::lock_guard lock(mutex_);
@@ -111,7 +133,9 @@ AtspiBus::LinkPtr AtspiBus::link() {
             std::unique_ptr<AtspiLink> returned(used);
             const std::lock_guard lock(mutex_);
             const bool isCurrent = returned->busNumber() == address_.number;
-            if (isCurrent && idle_.size() < mostIdleLinks) idle_.push_back(std::move(returned));
+            if (isCurrent && idle_.size() < kMostIdleLinks) {
+              idle_.push_back(std::move(returned));
+            }
           }};
 }
 
@@ -119,12 +143,16 @@ void AtspiBus::lookForAnotherBus(bool now) {
   {
     const std::lock_guard lock(mutex_);
     const std::uint64_t time = monotonicMicroseconds();
-    if (!now && time - lookedAt_ < lookInterval) return;
+    if (!now && time - lookedAt_ < kLookInterval) {
+      return;
+    }
     lookedAt_ = time;
   }
   const std::string found = askForAddress();
   const std::lock_guard lock(mutex_);
-  if (!found.empty() && found != address_.text) address_ = {found, address_.number + 1};
+  if (!found.empty() && found != address_.text) {
+    address_ = {found, address_.number + 1};
+  }
 }
 
 bool AtspiBus::answers() {
@@ -135,11 +163,13 @@ bool AtspiBus::answers() {
 
 void AtspiBus::announceAssistiveTechnology() {
   const auto session = AtspiLink::openSessionBus();
-  if (!session) return;
+  if (!session) {
+    return;
+  }
   const auto message = newMessage(*session, "org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties", "Set");
-  constexpr int on = 1;
-  if (message && sd_bus_message_append(message.get(), "ssv", "org.a11y.Status", "IsEnabled", "b", on) >= 0) {
-    session->call(message, monotonicMicroseconds() + startTime);
+  constexpr int kOn = 1;
+  if (message && sd_bus_message_append(message.get(), "ssv", "org.a11y.Status", "IsEnabled", "b", kOn) >= 0) {
+    session->call(message, monotonicMicroseconds() + kStartTime);
   }
 }
 

@@ -6,26 +6,32 @@ namespace zqlogging {
 
 namespace {
 
-constexpr const char* eventInterfacePrefix = "org.a11y.atspi.Event.";
-constexpr const char* registryInterface = "org.a11y.atspi.Registry";
-constexpr const char* registryPath = "/org/a11y/atspi/registry";
-constexpr const char* registryRule =
+constexpr const char* kEventInterfacePrefix = "org.a11y.atspi.Event.";
+constexpr const char* kRegistryInterface = "org.a11y.atspi.Registry";
+constexpr const char* kRegistryPath = "/org/a11y/atspi/registry";
+constexpr const char* kRegistryRule =
     "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='org.a11y.atspi.Registry'";
-constexpr const char* applicationsRule =
+constexpr const char* kApplicationsRule =
     "type='signal',sender='org.a11y.atspi.Registry',path='/org/a11y/atspi/accessible/root',"
     "interface='org.a11y.atspi.Event.Object',member='ChildrenChanged',arg0='add'";
 
 std::string ruleFor(const EventRow& event, const std::string& sender) {
-  std::string rule = "type='signal',interface='" + std::string(eventInterfacePrefix) + std::string(event.interface) +
+  std::string rule = "type='signal',interface='" + std::string(kEventInterfacePrefix) + std::string(event.interface) +
                      "',member='" + std::string(event.member) + "'";
-  if (!sender.empty()) rule += ",sender='" + sender + "'";
-  if (!event.detail.empty()) rule += ",arg0='" + std::string(event.detail) + "'";
+  if (!sender.empty()) {
+    rule += ",sender='" + sender + "'";
+  }
+  if (!event.detail.empty()) {
+    rule += ",arg0='" + std::string(event.detail) + "'";
+  }
   return rule;
 }
 
 /// The subscription's flag in an event, which follows its detail.
 bool hasFlag(sd_bus_message* signal, std::int32_t required) {
-  if (required < 0) return true;
+  if (required < 0) {
+    return true;
+  }
   const char* detail = nullptr;
   std::int32_t flag = -1;
   return sd_bus_message_read(signal, "si", &detail, &flag) > 0 && flag == required;
@@ -79,10 +85,16 @@ void AtspiEvents::runOnItsThread(std::function<void()> task) { runOn(context_, s
 
 bool AtspiEvents::connect() {
   const AtspiBus::Address address = bus_.address();
-  if (source_ && busNumber_ == address.number) return true;
-  if (source_) disconnected();
+  if (source_ && busNumber_ == address.number) {
+    return true;
+  }
+  if (source_) {
+    disconnected();
+  }
   sd_bus* bus = nullptr;
-  if (address.text.empty() || sd_bus_new(&bus) < 0) return false;
+  if (address.text.empty() || sd_bus_new(&bus) < 0) {
+    return false;
+  }
   if (sd_bus_set_address(bus, address.text.c_str()) < 0 || sd_bus_set_bus_client(bus, 1) < 0 || sd_bus_start(bus) < 0) {
     sd_bus_unref(bus);
     return false;
@@ -91,10 +103,16 @@ bool AtspiEvents::connect() {
   source_ = std::make_unique<SdBusSource>(
       bus, context_, [](void* events) { static_cast<AtspiEvents*>(events)->disconnected(); }, this);
   watchApplications();
-  for (const auto& [name, count] : registered_) registerEvent(name, true);
+  for (const auto& [name, count] : registered_) {
+    registerEvent(name, true);
+  }
   for (const auto& subscriber : subscribers_) {
-    if (!subscriber->pid) addMatch(subscriber, {});
-    for (const std::string& sender : subscriber->senders) addMatch(subscriber, sender);
+    if (!subscriber->pid) {
+      addMatch(subscriber, {});
+    }
+    for (const std::string& sender : subscriber->senders) {
+      addMatch(subscriber, sender);
+    }
   }
   return true;
 }
@@ -124,9 +142,15 @@ std::unique_ptr<AtspiEvents::Subscription> AtspiEvents::subscribe(std::optional<
   subscribers_.push_back(subscriber);
   const bool isFirst = registered_[std::string(event.registeredName)]++ == 0;
   if (source_) {
-    if (isFirst) registerEvent(event.registeredName, true);
-    if (!pid) addMatch(subscriber, {});
-    for (const std::string& sender : senders) addMatch(subscriber, sender);
+    if (isFirst) {
+      registerEvent(event.registeredName, true);
+    }
+    if (!pid) {
+      addMatch(subscriber, {});
+    }
+    for (const std::string& sender : senders) {
+      addMatch(subscriber, sender);
+    }
   } else {
     connect();
   }
@@ -137,22 +161,28 @@ AtspiEvents::Subscription::~Subscription() {
   subscriber_->matches.clear();
   events_->subscribers_.remove(subscriber_);
   const auto registered = events_->registered_.find(subscriber_->event->registeredName);
-  if (--registered->second > 0) return;
+  if (--registered->second > 0) {
+    return;
+  }
   events_->registerEvent(registered->first, false);
   events_->registered_.erase(registered);
 }
 
 void AtspiEvents::addMatch(const std::shared_ptr<Subscriber>& subscriber, const std::string& sender) {
-  if (!source_) return;
+  if (!source_) {
+    return;
+  }
   Match& match = subscriber->matches.emplace_back(Match{this, subscriber, sender, nullptr, nullptr});
   sd_bus_slot* slot = nullptr;
   if (sd_bus_add_match_async(source_->bus(), &slot, ruleFor(*subscriber->event, sender).c_str(), receive, nullptr,
                              &match) >= 0) {
     match.slot.reset(slot);
   }
-  if (!subscriber->listening) return;
+  if (!subscriber->listening) {
+    return;
+  }
   // When the registry answers this, it has told the applications what is listened to, and the match is in force.
-  const SdBusMessagePtr question = newRegistryCall(registryPath, registryInterface, "GetRegisteredEvents");
+  const SdBusMessagePtr question = newRegistryCall(kRegistryPath, kRegistryInterface, "GetRegisteredEvents");
   sd_bus_slot* asked = nullptr;
   if (question && sd_bus_call_async(source_->bus(), &asked, question.get(), nowListening, &match, UINT64_MAX) >= 0) {
     match.registryAsked.reset(asked);
@@ -162,16 +192,22 @@ void AtspiEvents::addMatch(const std::shared_ptr<Subscriber>& subscriber, const 
 /// A call that does not start the registry where there is none: it is told what is listened to when it comes.
 SdBusMessagePtr AtspiEvents::newRegistryCall(const char* path, const char* interface, const char* member) const {
   sd_bus_message* message = nullptr;
-  sd_bus_message_new_method_call(source_->bus(), &message, AtspiObject::registryName, path, interface, member);
-  if (message) sd_bus_message_set_auto_start(message, 0);
+  sd_bus_message_new_method_call(source_->bus(), &message, AtspiObject::kRegistryName, path, interface, member);
+  if (message) {
+    sd_bus_message_set_auto_start(message, 0);
+  }
   return SdBusMessagePtr(message);
 }
 
 void AtspiEvents::registerEvent(std::string_view name, bool wanted) {
-  if (!source_) return;
+  if (!source_) {
+    return;
+  }
   const SdBusMessagePtr call =
-      newRegistryCall(registryPath, registryInterface, wanted ? "RegisterEvent" : "DeregisterEvent");
-  if (!call) return;
+      newRegistryCall(kRegistryPath, kRegistryInterface, wanted ? "RegisterEvent" : "DeregisterEvent");
+  if (!call) {
+    return;
+  }
   sd_bus_message_set_expect_reply(call.get(), 0);
   if (sd_bus_message_append(call.get(), "s", std::string(name).c_str()) >= 0) {
     sd_bus_send(source_->bus(), call.get(), nullptr);
@@ -180,13 +216,13 @@ void AtspiEvents::registerEvent(std::string_view name, bool wanted) {
 
 void AtspiEvents::watchApplications() {
   sd_bus_slot *registry = nullptr, *applications = nullptr;
-  sd_bus_add_match_async(source_->bus(), &registry, registryRule, registryChanged, nullptr, this);
-  sd_bus_add_match_async(source_->bus(), &applications, applicationsRule, applicationAppeared, nullptr, this);
+  sd_bus_add_match_async(source_->bus(), &registry, kRegistryRule, registryChanged, nullptr, this);
+  sd_bus_add_match_async(source_->bus(), &applications, kApplicationsRule, applicationAppeared, nullptr, this);
   watches_.emplace_back(registry);
   watches_.emplace_back(applications);
   // One that is waited for may have come before the matches were in force.
   sd_bus_slot* listed = nullptr;
-  const SdBusMessagePtr question = newRegistryCall(AtspiObject::rootPath, "org.a11y.atspi.Accessible", "GetChildren");
+  const SdBusMessagePtr question = newRegistryCall(AtspiObject::kRootPath, "org.a11y.atspi.Accessible", "GetChildren");
   if (question &&
       sd_bus_call_async(source_->bus(), &listed, question.get(), applicationsListed, this, UINT64_MAX) >= 0) {
     watches_.emplace_back(listed);
@@ -198,7 +234,9 @@ int AtspiEvents::receive(sd_bus_message* signal, void* data, sd_bus_error* /*err
   const auto subscriber = match.subscriber.lock();  // the handler may end the subscription
   const char* sender = sd_bus_message_get_sender(signal);
   const char* path = sd_bus_message_get_path(signal);
-  if (!subscriber || !sender || !path || !hasFlag(signal, subscriber->event->requiredFlag)) return 0;
+  if (!subscriber || !sender || !path || !hasFlag(signal, subscriber->event->requiredFlag)) {
+    return 0;
+  }
   try {
     subscriber->handler({sender, path, match.events->busNumber_});
   } catch (...) {  // nothing may pass through the C code below
@@ -209,9 +247,11 @@ int AtspiEvents::receive(sd_bus_message* signal, void* data, sd_bus_error* /*err
 int AtspiEvents::nowListening(sd_bus_message* /*reply*/, void* data, sd_bus_error* /*error*/) {
   const Match& match = *static_cast<Match*>(data);
   const auto subscriber = match.subscriber.lock();
-  if (!subscriber) return 0;
+  if (!subscriber) {
+    return 0;
+  }
   try {
-    subscriber->listening({match.sender, AtspiObject::rootPath, match.events->busNumber_});
+    subscriber->listening({match.sender, AtspiObject::kRootPath, match.events->busNumber_});
   } catch (...) {  // nothing may pass through the C code below
   }
   return 0;
@@ -220,8 +260,12 @@ int AtspiEvents::nowListening(sd_bus_message* /*reply*/, void* data, sd_bus_erro
 int AtspiEvents::registryChanged(sd_bus_message* signal, void* data, sd_bus_error* /*error*/) {
   auto& events = *static_cast<AtspiEvents*>(data);
   const char *name = nullptr, *before = nullptr, *now = nullptr;
-  if (sd_bus_message_read(signal, "sss", &name, &before, &now) <= 0 || !*now) return 0;
-  for (const auto& [event, count] : events.registered_) events.registerEvent(event, true);
+  if (sd_bus_message_read(signal, "sss", &name, &before, &now) <= 0 || !*now) {
+    return 0;
+  }
+  for (const auto& [event, count] : events.registered_) {
+    events.registerEvent(event, true);
+  }
   return 0;
 }
 
@@ -240,16 +284,22 @@ int AtspiEvents::applicationsListed(sd_bus_message* reply, void* data, sd_bus_er
   const bool isOneMissed =
       std::any_of(events.subscribers_.begin(), events.subscribers_.end(),
                   [](const auto& subscriber) { return subscriber->pid && subscriber->senders.empty(); });
-  if (!isOneMissed || sd_bus_message_enter_container(reply, 'a', "(so)") <= 0) return 0;
+  if (!isOneMissed || sd_bus_message_enter_container(reply, 'a', "(so)") <= 0) {
+    return 0;
+  }
   const char *sender = nullptr, *path = nullptr;
-  while (sd_bus_message_read(reply, "(so)", &sender, &path) > 0) events.askWhoAppeared(sender);
+  while (sd_bus_message_read(reply, "(so)", &sender, &path) > 0) {
+    events.askWhoAppeared(sender);
+  }
   return 0;
 }
 
 void AtspiEvents::askWhoAppeared(const std::string& sender) {
   const bool anyoneWaits = std::any_of(subscribers_.begin(), subscribers_.end(),
                                        [](const auto& subscriber) { return subscriber->pid.has_value(); });
-  if (!anyoneWaits) return;
+  if (!anyoneWaits) {
+    return;
+  }
   Stranger& stranger = strangers_.emplace_back(Stranger{this, sender, nullptr});
   sd_bus_slot* slot = nullptr;
   if (sd_bus_call_method_async(source_->bus(), &slot, "org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -269,7 +319,9 @@ int AtspiEvents::strangerIdentified(sd_bus_message* reply, void* data, sd_bus_er
   for (const auto& subscriber : events.subscribers_) {
     const bool isMeant = identified && subscriber->pid == static_cast<std::int32_t>(pid);
     const auto& senders = subscriber->senders;
-    if (!isMeant || std::find(senders.begin(), senders.end(), stranger->sender) != senders.end()) continue;
+    if (!isMeant || std::find(senders.begin(), senders.end(), stranger->sender) != senders.end()) {
+      continue;
+    }
     subscriber->senders.push_back(stranger->sender);
     events.addMatch(subscriber, stranger->sender);
   }

@@ -9,19 +9,19 @@ using port::ResultCode;
 
 namespace {
 
-constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
-constexpr const char* accessible = "org.a11y.atspi.Accessible";
-constexpr const char* component = "org.a11y.atspi.Component";
-constexpr const char* text = "org.a11y.atspi.Text";
+constexpr const char* kPropertiesInterface = "org.freedesktop.DBus.Properties";
+constexpr const char* kAccessible = "org.a11y.atspi.Accessible";
+constexpr const char* kComponent = "org.a11y.atspi.Component";
+constexpr const char* kText = "org.a11y.atspi.Text";
 constexpr const char* value = "org.a11y.atspi.Value";
-constexpr const char* document = "org.a11y.atspi.Document";
-constexpr const char* hyperlink = "org.a11y.atspi.Hyperlink";
-constexpr const char* selection = "org.a11y.atspi.Selection";
-constexpr const char* table = "org.a11y.atspi.Table";
-constexpr const char* action = "org.a11y.atspi.Action";
-constexpr const char* daemon = "org.freedesktop.DBus";
+constexpr const char* kDocument = "org.a11y.atspi.Document";
+constexpr const char* kHyperlink = "org.a11y.atspi.Hyperlink";
+constexpr const char* kSelection = "org.a11y.atspi.Selection";
+constexpr const char* kTable = "org.a11y.atspi.Table";
+constexpr const char* kAction = "org.a11y.atspi.Action";
+constexpr const char* kDaemon = "org.freedesktop.DBus";
 
-constexpr std::uint32_t screenCoordinates = 0;
+constexpr std::uint32_t kScreenCoordinates = 0;
 
 enum class Access { property, method };
 
@@ -33,56 +33,58 @@ struct FactCall {
   const char* signature;  // of the value
 };
 
-constexpr std::array<FactCall, factCount> calls = {{
-    {Fact::role, accessible, Access::method, "GetRole", "u"},
-    {Fact::name, accessible, Access::property, "Name", "s"},
-    {Fact::description, accessible, Access::property, "Description", "s"},
-    {Fact::helpText, accessible, Access::property, "HelpText", "s"},
-    {Fact::accessibleId, accessible, Access::property, "AccessibleId", "s"},
-    {Fact::roleName, accessible, Access::method, "GetLocalizedRoleName", "s"},
-    {Fact::parent, accessible, Access::property, "Parent", "(so)"},
-    {Fact::childCount, accessible, Access::property, "ChildCount", "i"},
-    {Fact::children, accessible, Access::method, "GetChildren", "a(so)"},
-    {Fact::childAt, accessible, Access::method, "GetChildAtIndex", "(so)"},
-    {Fact::states, accessible, Access::method, "GetState", "au"},
-    {Fact::interfaces, accessible, Access::method, "GetInterfaces", "as"},
-    {Fact::objectAttributes, accessible, Access::method, "GetAttributes", "a{ss}"},
-    {Fact::relations, accessible, Access::method, "GetRelationSet", "a(ua(so))"},
-    {Fact::extents, component, Access::method, "GetExtents", "(iiii)"},
-    {Fact::atPoint, component, Access::method, "GetAccessibleAtPoint", "(so)"},
-    {Fact::text, text, Access::method, "GetText", "s"},
-    {Fact::characterCount, text, Access::property, "CharacterCount", "i"},
+constexpr std::array<FactCall, kFactCount> kCalls = {{
+    {Fact::role, kAccessible, Access::method, "GetRole", "u"},
+    {Fact::name, kAccessible, Access::property, "Name", "s"},
+    {Fact::description, kAccessible, Access::property, "Description", "s"},
+    {Fact::helpText, kAccessible, Access::property, "HelpText", "s"},
+    {Fact::accessibleId, kAccessible, Access::property, "AccessibleId", "s"},
+    {Fact::roleName, kAccessible, Access::method, "GetLocalizedRoleName", "s"},
+    {Fact::parent, kAccessible, Access::property, "Parent", "(so)"},
+    {Fact::childCount, kAccessible, Access::property, "ChildCount", "i"},
+    {Fact::children, kAccessible, Access::method, "GetChildren", "a(so)"},
+    {Fact::childAt, kAccessible, Access::method, "GetChildAtIndex", "(so)"},
+    {Fact::states, kAccessible, Access::method, "GetState", "au"},
+    {Fact::interfaces, kAccessible, Access::method, "GetInterfaces", "as"},
+    {Fact::objectAttributes, kAccessible, Access::method, "GetAttributes", "a{ss}"},
+    {Fact::relations, kAccessible, Access::method, "GetRelationSet", "a(ua(so))"},
+    {Fact::extents, kComponent, Access::method, "GetExtents", "(iiii)"},
+    {Fact::atPoint, kComponent, Access::method, "GetAccessibleAtPoint", "(so)"},
+    {Fact::text, kText, Access::method, "GetText", "s"},
+    {Fact::characterCount, kText, Access::property, "CharacterCount", "i"},
     {Fact::currentValue, value, Access::property, "CurrentValue", "d"},
     {Fact::minimumValue, value, Access::property, "MinimumValue", "d"},
     {Fact::maximumValue, value, Access::property, "MaximumValue", "d"},
-    {Fact::documentAttributes, document, Access::method, "GetAttributes", "a{ss}"},
-    {Fact::linkAddress, hyperlink, Access::method, "GetURI", "s"},
-    {Fact::selectedChild, selection, Access::method, "GetSelectedChild", "(so)"},
-    {Fact::rowCount, table, Access::property, "NRows", "i"},
-    {Fact::columnCount, table, Access::property, "NColumns", "i"},
-    {Fact::actions, action, Access::method, "GetActions", "a(sss)"},
-    {Fact::indexInParent, accessible, Access::method, "GetIndexInParent", "i"},
-    {Fact::processId, daemon, Access::method, "GetConnectionUnixProcessID", "u"},
+    {Fact::documentAttributes, kDocument, Access::method, "GetAttributes", "a{ss}"},
+    {Fact::linkAddress, kHyperlink, Access::method, "GetURI", "s"},
+    {Fact::selectedChild, kSelection, Access::method, "GetSelectedChild", "(so)"},
+    {Fact::rowCount, kTable, Access::property, "NRows", "i"},
+    {Fact::columnCount, kTable, Access::property, "NColumns", "i"},
+    {Fact::actions, kAction, Access::method, "GetActions", "a(sss)"},
+    {Fact::indexInParent, kAccessible, Access::method, "GetIndexInParent", "i"},
+    {Fact::processId, kDaemon, Access::method, "GetConnectionUnixProcessID", "u"},
 }};
 
 constexpr bool inOrder() {
-  for (std::size_t i = 0; i < calls.size(); ++i) {
-    if (static_cast<std::size_t>(calls[i].fact) != i) return false;
+  for (std::size_t i = 0; i < kCalls.size(); ++i) {
+    if (static_cast<std::size_t>(kCalls[i].fact) != i) {
+      return false;
+    }
   }
   return true;
 }
 static_assert(inOrder());
 
-const FactCall& callOf(Fact fact) { return calls[static_cast<std::size_t>(fact)]; }
+const FactCall& callOf(Fact fact) { return kCalls[static_cast<std::size_t>(fact)]; }
 
 int appendArguments(sd_bus_message* message, Fact fact, const AtspiObject& object, const AtspiArguments& arguments) {
   switch (fact) {
     case Fact::childAt:
       return sd_bus_message_append(message, "i", arguments.x);
     case Fact::extents:
-      return sd_bus_message_append(message, "u", screenCoordinates);
+      return sd_bus_message_append(message, "u", kScreenCoordinates);
     case Fact::atPoint:
-      return sd_bus_message_append(message, "iiu", arguments.x, arguments.y, screenCoordinates);
+      return sd_bus_message_append(message, "iiu", arguments.x, arguments.y, kScreenCoordinates);
     case Fact::text:
       return sd_bus_message_append(message, "ii", 0, arguments.x);
     case Fact::linkAddress:
@@ -96,7 +98,7 @@ int appendArguments(sd_bus_message* message, Fact fact, const AtspiObject& objec
 }
 
 ResultCode codeOf(const sd_bus_error& error) {
-  static constexpr std::pair<const char*, ResultCode> codes[] = {
+  static constexpr std::pair<const char*, ResultCode> kCodes[] = {
       {SD_BUS_ERROR_SERVICE_UNKNOWN, ResultCode::invalidUIElement},
       {SD_BUS_ERROR_NAME_HAS_NO_OWNER, ResultCode::invalidUIElement},
       {SD_BUS_ERROR_NO_REPLY, ResultCode::invalidUIElement},
@@ -110,15 +112,19 @@ ResultCode codeOf(const sd_bus_error& error) {
       {SD_BUS_ERROR_ACCESS_DENIED, ResultCode::apiDisabled},
       {SD_BUS_ERROR_TIMEOUT, ResultCode::cannotComplete},
   };
-  for (const auto& [name, code] : codes) {
-    if (error.name && !std::strcmp(error.name, name)) return code;
+  for (const auto& [name, code] : kCodes) {
+    if (error.name && !std::strcmp(error.name, name)) {
+      return code;
+    }
   }
   return ResultCode::failure;
 }
 
 bool readObject(sd_bus_message* message, std::uint32_t bus, AtspiObject& object) {
   const char *name = nullptr, *path = nullptr;
-  if (sd_bus_message_read(message, "(so)", &name, &path) <= 0) return false;
+  if (sd_bus_message_read(message, "(so)", &name, &path) <= 0) {
+    return false;
+  }
   object = {name, path, bus};
   return true;
 }
@@ -126,8 +132,12 @@ bool readObject(sd_bus_message* message, std::uint32_t bus, AtspiObject& object)
 /// Reads the members of an array with `readOne`, which answers whether there was one.
 template <class T, class ReadOne>
 bool readArray(sd_bus_message* message, const char* contents, std::vector<T>& list, ReadOne readOne) {
-  if (sd_bus_message_enter_container(message, 'a', contents) <= 0) return false;
-  for (T item; readOne(item); item = T()) list.push_back(std::move(item));
+  if (sd_bus_message_enter_container(message, 'a', contents) <= 0) {
+    return false;
+  }
+  for (T item; readOne(item); item = T()) {
+    list.push_back(std::move(item));
+  }
   return sd_bus_message_exit_container(message) >= 0;
 }
 
@@ -142,9 +152,13 @@ bool readRelation(sd_bus_message* message, std::uint32_t bus, AtspiRelation& rel
 }
 
 bool readDictionary(sd_bus_message* message, std::map<std::string, std::string>& dictionary) {
-  if (sd_bus_message_enter_container(message, 'a', "{ss}") <= 0) return false;
+  if (sd_bus_message_enter_container(message, 'a', "{ss}") <= 0) {
+    return false;
+  }
   const char *key = nullptr, *entry = nullptr;
-  while (sd_bus_message_read(message, "{ss}", &key, &entry) > 0) dictionary[key] = entry;
+  while (sd_bus_message_read(message, "{ss}", &key, &entry) > 0) {
+    dictionary[key] = entry;
+  }
   return sd_bus_message_exit_container(message) >= 0;
 }
 
@@ -152,39 +166,62 @@ bool readDictionary(sd_bus_message* message, std::map<std::string, std::string>&
 template <class T, class Wire = T>
 bool readBasic(sd_bus_message* message, char type, AtspiAnswer::Value& into) {
   Wire wire{};
-  if (sd_bus_message_read_basic(message, type, &wire) <= 0) return false;
+  if (sd_bus_message_read_basic(message, type, &wire) <= 0) {
+    return false;
+  }
   into = T(wire);
   return true;
 }
 
 bool readValue(sd_bus_message* message, std::string_view signature, std::uint32_t bus, AtspiAnswer::Value& into) {
-  if (signature == "u") return readBasic<std::uint32_t>(message, 'u', into);
-  if (signature == "i") return readBasic<std::int32_t>(message, 'i', into);
-  if (signature == "d") return readBasic<double>(message, 'd', into);
-  if (signature == "s") return readBasic<std::string, const char*>(message, 's', into);
-  if (signature == "(so)") return readObject(message, bus, into.emplace<AtspiObject>());
-  if (signature == "a(so)") return readObjects(message, bus, into.emplace<std::vector<AtspiObject>>());
-  if (signature == "a{ss}") return readDictionary(message, into.emplace<std::map<std::string, std::string>>());
+  if (signature == "u") {
+    return readBasic<std::uint32_t>(message, 'u', into);
+  }
+  if (signature == "i") {
+    return readBasic<std::int32_t>(message, 'i', into);
+  }
+  if (signature == "d") {
+    return readBasic<double>(message, 'd', into);
+  }
+  if (signature == "s") {
+    return readBasic<std::string, const char*>(message, 's', into);
+  }
+  if (signature == "(so)") {
+    return readObject(message, bus, into.emplace<AtspiObject>());
+  }
+  if (signature == "a(so)") {
+    return readObjects(message, bus, into.emplace<std::vector<AtspiObject>>());
+  }
+  if (signature == "a{ss}") {
+    return readDictionary(message, into.emplace<std::map<std::string, std::string>>());
+  }
   if (signature == "(iiii)") {
     std::int32_t x = 0, y = 0, width = 0, height = 0;
-    if (sd_bus_message_read(message, "(iiii)", &x, &y, &width, &height) <= 0) return false;
+    if (sd_bus_message_read(message, "(iiii)", &x, &y, &width, &height) <= 0) {
+      return false;
+    }
     into = CGRect{{double(x), double(y)}, {double(width), double(height)}};
     return true;
   }
   if (signature == "au") {
     std::vector<std::uint32_t> words;
     if (!readArray(message, "u", words,
-                   [&](std::uint32_t& word) { return sd_bus_message_read(message, "u", &word) > 0; }))
+                   [&](std::uint32_t& word) { return sd_bus_message_read(message, "u", &word) > 0; })) {
       return false;
+    }
     AtspiStates states = 0;
-    for (std::size_t i = 0; i < words.size() && i < 2; ++i) states |= AtspiStates(words[i]) << (32 * i);
+    for (std::size_t i = 0; i < words.size() && i < 2; ++i) {
+      states |= AtspiStates(words[i]) << (32 * i);
+    }
     into = states;
     return true;
   }
   if (signature == "as") {
     return readArray(message, "s", into.emplace<std::vector<std::string>>(), [&](std::string& item) {
       const char* wire = nullptr;
-      if (sd_bus_message_read(message, "s", &wire) <= 0) return false;
+      if (sd_bus_message_read(message, "s", &wire) <= 0) {
+        return false;
+      }
       item = wire;
       return true;
     });
@@ -196,7 +233,9 @@ bool readValue(sd_bus_message* message, std::string_view signature, std::uint32_
   if (signature == "a(sss)") {
     return readArray(message, "(sss)", into.emplace<std::vector<AtspiAction>>(), [&](AtspiAction& item) {
       const char *name = nullptr, *description = nullptr, *keys = nullptr;
-      if (sd_bus_message_read(message, "(sss)", &name, &description, &keys) <= 0) return false;
+      if (sd_bus_message_read(message, "(sss)", &name, &description, &keys) <= 0) {
+        return false;
+      }
       item = {name, description};
       return true;
     });
@@ -207,12 +246,20 @@ bool readValue(sd_bus_message* message, std::string_view signature, std::uint32_
 /// Makes a number the kind of number that was asked for; false when the value is of another kind altogether.
 bool convert(AtspiAnswer::Value& from, std::string_view signature) {
   if (signature == "d") {
-    if (const auto* number = std::get_if<std::int32_t>(&from)) from = double(*number);
-    if (const auto* number = std::get_if<std::uint32_t>(&from)) from = double(*number);
+    if (const auto* number = std::get_if<std::int32_t>(&from)) {
+      from = double(*number);
+    }
+    if (const auto* number = std::get_if<std::uint32_t>(&from)) {
+      from = double(*number);
+    }
     return std::holds_alternative<double>(from);
   }
-  if (signature == "i") return std::holds_alternative<std::int32_t>(from);
-  if (signature == "s") return std::holds_alternative<std::string>(from);
+  if (signature == "i") {
+    return std::holds_alternative<std::int32_t>(from);
+  }
+  if (signature == "s") {
+    return std::holds_alternative<std::string>(from);
+  }
   return true;
 }
 
@@ -220,7 +267,7 @@ bool convert(AtspiAnswer::Value& from, std::string_view signature) {
 
 std::string_view requiredInterface(Fact fact) {
   const std::string_view interface = callOf(fact).interface;
-  const bool always = interface == accessible || interface == daemon;
+  const bool always = interface == kAccessible || interface == kDaemon;
   return always ? std::string_view() : interface;
 }
 
@@ -229,9 +276,9 @@ sd_bus_message* newCall(sd_bus* bus, Fact fact, const AtspiObject& object, const
   const bool toDaemon = fact == Fact::processId;
   const bool property = call.access == Access::property;
   sd_bus_message* message = nullptr;
-  if (sd_bus_message_new_method_call(bus, &message, toDaemon ? daemon : object.application.c_str(),
+  if (sd_bus_message_new_method_call(bus, &message, toDaemon ? kDaemon : object.application.c_str(),
                                      toDaemon ? "/org/freedesktop/DBus" : object.path.c_str(),
-                                     property ? propertiesInterface : call.interface,
+                                     property ? kPropertiesInterface : call.interface,
                                      property ? "Get" : call.member) < 0) {
     return nullptr;
   }

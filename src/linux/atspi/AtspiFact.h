@@ -10,8 +10,8 @@
 #include <variant>
 #include <vector>
 
-#include "platform/ResultCode.h"
 #include "linux/atspi/AtspiObject.h"
+#include "platform/ResultCode.h"
 #include "zqlogging/Geometry.h"
 
 namespace zqlogging {
@@ -49,7 +49,7 @@ enum class Fact : std::uint8_t {
   indexInParent,
   processId,
 };
-inline constexpr std::size_t factCount = static_cast<std::size_t>(Fact::processId) + 1;
+inline constexpr std::size_t kFactCount = static_cast<std::size_t>(Fact::processId) + 1;
 
 struct AtspiRelation {
   std::uint32_t type;

@@ -15,7 +15,9 @@ int keepReply(sd_bus_message* reply, void* into, sd_bus_error* /*error*/) {
 
 std::unique_ptr<AtspiLink> AtspiLink::open(const std::string& address, std::uint32_t busNumber) {
   sd_bus* bus = nullptr;
-  if (sd_bus_new(&bus) < 0) return nullptr;
+  if (sd_bus_new(&bus) < 0) {
+    return nullptr;
+  }
   std::unique_ptr<AtspiLink> link(new AtspiLink(bus, busNumber));
   const bool opened =
       sd_bus_set_address(bus, address.c_str()) >= 0 && sd_bus_set_bus_client(bus, 1) >= 0 && sd_bus_start(bus) >= 0;
@@ -36,23 +38,33 @@ AtspiLink::~AtspiLink() {
 bool AtspiLink::process() {
   while (!lost_) {
     const int processed = sd_bus_process(bus_, nullptr);
-    if (processed == 0) break;
-    if (processed < 0) lost_ = true;
+    if (processed == 0) {
+      break;
+    }
+    if (processed < 0) {
+      lost_ = true;
+    }
   }
   return !lost_;
 }
 
 void AtspiLink::waitUntil(std::uint64_t deadline) const {
   const std::uint64_t now = monotonicMicroseconds();
-  if (now < deadline) sd_bus_wait(bus_, deadline - now);
+  if (now < deadline) {
+    sd_bus_wait(bus_, deadline - now);
+  }
 }
 
 SdBusMessagePtr AtspiLink::call(const SdBusMessagePtr& message, std::uint64_t deadline) {
   SdBusMessagePtr reply;
   sd_bus_slot* slot = nullptr;
-  if (!message || sd_bus_call_async(bus_, &slot, message.get(), keepReply, &reply, UINT64_MAX) < 0) return nullptr;
+  if (!message || sd_bus_call_async(bus_, &slot, message.get(), keepReply, &reply, UINT64_MAX) < 0) {
+    return nullptr;
+  }
   const SdBusSlotPtr pending(slot);
-  while (process() && !reply && monotonicMicroseconds() < deadline) waitUntil(deadline);
+  while (process() && !reply && monotonicMicroseconds() < deadline) {
+    waitUntil(deadline);
+  }
   return reply;
 }
 

@@ -13,8 +13,8 @@ struct AtspiObject {
   std::string path;
   std::uint32_t bus = 0;  ///< AtspiBus numbers the buses that it has seen
 
-  static constexpr const char* rootPath = "/org/a11y/atspi/accessible/root";
-  static constexpr const char* registryName = "org.a11y.atspi.Registry";
+  static constexpr const char* kRootPath = "/org/a11y/atspi/accessible/root";
+  static constexpr const char* kRegistryName = "org.a11y.atspi.Registry";
 
   [[nodiscard]] bool isNull() const { return path.empty() || path.ends_with("/null"); }
   friend bool operator==(const AtspiObject&, const AtspiObject&) = default;

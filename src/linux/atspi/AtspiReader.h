@@ -73,10 +73,10 @@ class AtspiReader {
 
  private:
   struct Entry {
-    std::array<std::optional<AtspiAnswer>, factCount> answers;
+    std::array<std::optional<AtspiAnswer>, kFactCount> answers;
     std::map<int, std::optional<AtspiAnswer>> childAt;
-    std::bitset<factCount> asked;     ///< sent or to be sent
-    std::bitset<factCount> deferred;  ///< asked for, but other facts decide whether and how
+    std::bitset<kFactCount> asked;     ///< sent or to be sent
+    std::bitset<kFactCount> deferred;  ///< asked for, but other facts decide whether and how
     unsigned wants = 0;
     bool hasComponent = false;
     bool isParent = false;

@@ -11,7 +11,7 @@ using enum RoleDepends;
 
 // clang-format off: tables
 // In the order of AT-SPI's role numbers.
-constexpr std::array roles = std::to_array<RoleRow>({
+constexpr std::array kRoles = std::to_array<RoleRow>({
     // AT-SPI role              role                   subrole                value      labelled  depends
     {"invalid", "AXUnknown", "", none},
     {"accelerator label", "AXStaticText", "", text},
@@ -148,13 +148,13 @@ constexpr std::array roles = std::to_array<RoleRow>({
 
 // clang-format on
 
-static_assert(roles.size() == 131);
-constexpr std::uint32_t unknownRole = 67;
-static_assert(roles[unknownRole].atspiName == "unknown");
-static_assert(roles[roleAlert].atspiName == "alert" && roles[roleDialog].atspiName == "dialog");
-static_assert(roles[roleMenu].atspiName == "menu" && roles[roleMenuBar].atspiName == "menu bar");
-static_assert(roles[rolePageTabList].atspiName == "page tab list" && roles[rolePopupMenu].atspiName == "popup menu");
-static_assert(roles[rolePasswordText].value == secret && roles[roleApplication].role == "AXApplication");
+static_assert(kRoles.size() == 131);
+constexpr std::uint32_t kUnknownRole = 67;
+static_assert(kRoles[kUnknownRole].atspiName == "unknown");
+static_assert(kRoles[roleAlert].atspiName == "alert" && kRoles[roleDialog].atspiName == "dialog");
+static_assert(kRoles[roleMenu].atspiName == "menu" && kRoles[roleMenuBar].atspiName == "menu bar");
+static_assert(kRoles[rolePageTabList].atspiName == "page tab list" && kRoles[rolePopupMenu].atspiName == "popup menu");
+static_assert(kRoles[rolePasswordText].value == secret && kRoles[roleApplication].role == "AXApplication");
 
 struct ActionRow {
   std::string_view atspiName, action;
@@ -162,7 +162,7 @@ struct ActionRow {
 
 // clang-format off: tables
 // Toolkits name the same action in many ways, and some translate the names.
-constexpr ActionRow actions[] = {
+constexpr ActionRow kActions[] = {
     {"click", "AXPress"},         {"press", "AXPress"},        {"activate", "AXPress"},
     {"jump", "AXPress"},          {"toggle", "AXPress"},       {"open", "AXPress"},
     {"select", "AXPick"},         {"confirm", "AXConfirm"},    {"increase", "AXIncrement"},
@@ -171,7 +171,7 @@ constexpr ActionRow actions[] = {
     {"show menu", "AXShowMenu"},  {"menu", "AXShowMenu"},      {"delete", "AXDelete"},
 };
 
-constexpr EventRow events[] = {
+constexpr EventRow kEvents[] = {
     // notification               registered name                                interface  member            detail
     {"AXMainWindowChanged", "window:activate", "Window", "Activate", ""},
     {"AXFocusedWindowChanged", "window:activate", "Window", "Activate", ""},
@@ -207,17 +207,21 @@ constexpr EventRow events[] = {
 
 }  // namespace
 
-const RoleRow& roleRow(std::uint32_t atspiRole) { return roles[atspiRole < roles.size() ? atspiRole : unknownRole]; }
+const RoleRow& roleRow(std::uint32_t atspiRole) { return kRoles[atspiRole < kRoles.size() ? atspiRole : kUnknownRole]; }
 
 std::string_view actionForName(std::string_view atspiName) {
   std::string lower(atspiName);
-  for (char& c : lower) c = c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
-  for (const ActionRow& row : actions) {
-    if (row.atspiName == lower) return row.action;
+  for (char& c : lower) {
+    c = c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
+  }
+  for (const ActionRow& row : kActions) {
+    if (row.atspiName == lower) {
+      return row.action;
+    }
   }
   return {};
 }
 
-std::span<const EventRow> eventRows() { return events; }
+std::span<const EventRow> eventRows() { return kEvents; }
 
 }  // namespace zqlogging

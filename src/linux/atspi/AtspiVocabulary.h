@@ -78,7 +78,9 @@ struct RoleRow {
   [[nodiscard]] bool isControl() const {
     for (const char* control : {"AXButton", "AXCheckBox", "AXRadioButton", "AXLink", "AXMenuItem", "AXMenuButton",
                                 "AXTextField", "AXTextArea", "AXComboBox"}) {
-      if (role == control) return true;
+      if (role == control) {
+        return true;
+      }
     }
     return false;
   }

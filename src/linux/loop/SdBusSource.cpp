@@ -24,7 +24,9 @@ struct Source {
   /// Microseconds until the connection wants to be processed whether or not something arrives.
   static std::optional<std::uint64_t> timeLeft(GSource* source) {
     std::uint64_t due = UINT64_MAX;
-    if (sd_bus_get_timeout(of(source)->bus, &due) < 0 || due == UINT64_MAX) return std::nullopt;
+    if (sd_bus_get_timeout(of(source)->bus, &due) < 0 || due == UINT64_MAX) {
+      return std::nullopt;
+    }
     const std::uint64_t now = monotonicMicroseconds();
     return due > now ? due - now : 0;
   }
@@ -37,8 +39,8 @@ struct Source {
       g_source_modify_unix_fd(source, of(source)->descriptor, static_cast<GIOCondition>(events));
     }
     const auto left = timeLeft(source);
-    constexpr std::uint64_t roundUp = 999;
-    *timeout = left ? static_cast<gint>(std::min<std::uint64_t>((*left + roundUp) / 1000, G_MAXINT)) : -1;
+    constexpr std::uint64_t kRoundUp = 999;
+    *timeout = left ? static_cast<gint>(std::min<std::uint64_t>((*left + kRoundUp) / 1000, G_MAXINT)) : -1;
     return left == 0U;
   }
 
@@ -48,8 +50,12 @@ struct Source {
 
   static gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
     int progress = 1;
-    while (progress > 0 && !g_source_is_destroyed(source)) progress = sd_bus_process(of(source)->bus, nullptr);
-    if (progress >= 0 || g_source_is_destroyed(source)) return G_SOURCE_CONTINUE;
+    while (progress > 0 && !g_source_is_destroyed(source)) {
+      progress = sd_bus_process(of(source)->bus, nullptr);
+    }
+    if (progress >= 0 || g_source_is_destroyed(source)) {
+      return G_SOURCE_CONTINUE;
+    }
     of(source)->lost(of(source)->data);
     return G_SOURCE_REMOVE;
   }

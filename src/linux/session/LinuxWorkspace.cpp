@@ -8,11 +8,11 @@
 #include <exception>
 #include <utility>
 
-#include "linux/x11/ActiveWindowWatch.h"
-#include "linux/session/ApplicationIdentity.h"
 #include "linux/accessibility/LinuxAccessibility.h"
-#include "linux/system/LinuxLogs.h"
+#include "linux/session/ApplicationIdentity.h"
 #include "linux/session/SystemNotifications.h"
+#include "linux/system/LinuxLogs.h"
+#include "linux/x11/ActiveWindowWatch.h"
 #include "linux/x11/XConnection.h"
 #include "text/Text.h"
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "platform/Workspace.h"
 #include "linux/loop/BusSignals.h"
+#include "platform/Workspace.h"
 
 namespace zqlogging {
 

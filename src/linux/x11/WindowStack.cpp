@@ -12,8 +12,8 @@ namespace {
 
 using Window = WindowStack::Window;
 
-constexpr std::size_t mostIdleConnections = 2;
-constexpr int deepestClient = 3;  // window managers put at most so many windows around a client's
+constexpr std::size_t kMostIdleConnections = 2;
+constexpr int kDeepestClient = 3;  // window managers put at most so many windows around a client's
 
 std::vector<xcb_window_t> childrenIn(const xcb_query_tree_reply_t& tree) {
   const xcb_window_t* first = xcb_query_tree_children(&tree);
@@ -27,19 +27,27 @@ bool isAscii(const std::string& text) {
 
 /// The client window that a window manager's frame holds, or the frame itself when it holds none.
 xcb_window_t clientIn(XConnection& x, xcb_window_t frame, const std::vector<xcb_window_t>& clients) {
-  constexpr std::size_t mostWindows = 200;  // of a frame
+  constexpr std::size_t kMostWindows = 200;  // of a frame
   std::vector<xcb_window_t> level{frame};
   for (int depth = 0;; ++depth) {
     // Before any is asked for its children: every reply must be read, or the connection keeps it.
     const auto client = std::find_first_of(level.begin(), level.end(), clients.begin(), clients.end());
-    if (client != level.end()) return *client;
-    if (depth == deepestClient || level.empty() || level.size() > mostWindows) return frame;
+    if (client != level.end()) {
+      return *client;
+    }
+    if (depth == kDeepestClient || level.empty() || level.size() > kMostWindows) {
+      return frame;
+    }
     std::vector<xcb_query_tree_cookie_t> cookies;
-    for (const xcb_window_t window : level) cookies.push_back(xcb_query_tree(x.get(), window));
+    for (const xcb_window_t window : level) {
+      cookies.push_back(xcb_query_tree(x.get(), window));
+    }
     level.clear();
     for (const auto cookie : cookies) {
       const auto tree = x.reply<xcb_query_tree_reply_t>(cookie);
-      if (!tree) continue;
+      if (!tree) {
+        continue;
+      }
       const auto children = childrenIn(*tree);
       level.insert(level.end(), children.begin(), children.end());
     }
@@ -48,9 +56,11 @@ xcb_window_t clientIn(XConnection& x, xcb_window_t frame, const std::vector<xcb_
 
 /// The child of the root window above a window.
 xcb_window_t topLevelOf(XConnection& x, xcb_window_t window) {
-  for (int depth = 0; depth <= deepestClient; ++depth) {
+  for (int depth = 0; depth <= kDeepestClient; ++depth) {
     const auto tree = x.reply<xcb_query_tree_reply_t>(xcb_query_tree(x.get(), window));
-    if (!tree || tree->parent == x.root() || tree->parent == XCB_NONE) break;
+    if (!tree || tree->parent == x.root() || tree->parent == XCB_NONE) {
+      break;
+    }
     window = tree->parent;
   }
   return window;
@@ -117,10 +127,14 @@ void describeClients(XConnection& x, std::vector<Window>& windows) {
     }
     window.title = x.text(asked[i].netName);
     const std::string plainTitle = x.text(asked[i].name);
-    if (window.title.empty() && isAscii(plainTitle)) window.title = plainTitle;
+    if (window.title.empty() && isAscii(plainTitle)) {
+      window.title = plainTitle;
+    }
     const XConnection::Atoms& atoms = x.atoms();
     for (const std::uint32_t type : x.numbers(asked[i].type)) {
-      if (type == atoms.typeToolTip) window.type = WindowStack::Type::toolTip;
+      if (type == atoms.typeToolTip) {
+        window.type = WindowStack::Type::toolTip;
+      }
       if (type == atoms.typeMenu || type == atoms.typePopupMenu || type == atoms.typeDropdownMenu ||
           type == atoms.typeCombo) {
         window.type = WindowStack::Type::menu;
@@ -128,8 +142,9 @@ void describeClients(XConnection& x, std::vector<Window>& windows) {
     }
     const std::string classNames = x.text(asked[i].className);  // instance and class, each with a final NUL
     const std::size_t end = classNames.find('\0');
-    if (end != std::string::npos)
+    if (end != std::string::npos) {
       window.className = classNames.substr(end + 1, classNames.find('\0', end + 1) - end - 1);
+    }
   }
 }
 
@@ -148,20 +163,26 @@ std::vector<Window> describe(XConnection& x, const std::vector<xcb_window_t>& to
   for (std::size_t i = 0; i < topLevels.size(); ++i) {
     const auto attributes = x.reply<xcb_get_window_attributes_reply_t>(asked[i].attributes);
     const auto geometry = x.reply<xcb_get_geometry_reply_t>(asked[i].geometry);
-    if (!attributes || !geometry || attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY) continue;
+    if (!attributes || !geometry || attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY) {
+      continue;
+    }
     Window window;
     window.id = window.client = topLevels[i];
     const double border = 2.0 * geometry->border_width;
     window.frame = {{double(geometry->x), double(geometry->y)}, {geometry->width + border, geometry->height + border}};
     window.viewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
     window.overrideRedirect = attributes->override_redirect;
-    if (window.viewable) windows.push_back(window);
+    if (window.viewable) {
+      windows.push_back(window);
+    }
   }
   const std::vector<xcb_window_t> clients = x.numbers(clientList);
   // A frame of the window manager is an override-redirect window in the eyes of the server, like a menu.
   for (Window& window : windows) {
     window.client = clientIn(x, window.id, clients);
-    if (window.client != window.id) window.overrideRedirect = false;
+    if (window.client != window.id) {
+      window.overrideRedirect = false;
+    }
   }
   describeClients(x, windows);
   return windows;
@@ -169,7 +190,9 @@ std::vector<Window> describe(XConnection& x, const std::vector<xcb_window_t>& to
 
 std::vector<xcb_window_t> topLevels(XConnection& x) {
   const auto tree = x.reply<xcb_query_tree_reply_t>(xcb_query_tree(x.get(), x.root()));
-  if (!tree) return {};
+  if (!tree) {
+    return {};
+  }
   std::vector<xcb_window_t> children = childrenIn(*tree);
   std::reverse(children.begin(), children.end());
   return children;
@@ -188,15 +211,23 @@ class WindowStack::Lease {
         stack.idle_.pop_back();
       }
     }
-    if (!connection_ || !connection_->isUsable()) connection_ = XConnection::open();
-    if (connection_) connection_->startWaiting();
+    if (!connection_ || !connection_->isUsable()) {
+      connection_ = XConnection::open();
+    }
+    if (connection_) {
+      connection_->startWaiting();
+    }
   }
   Lease(const Lease&) = delete;
   Lease& operator=(const Lease&) = delete;
   ~Lease() {
-    if (!connection_ || !connection_->isUsable()) return;
+    if (!connection_ || !connection_->isUsable()) {
+      return;
+    }
     const std::lock_guard lock(stack_.mutex_);
-    if (stack_.idle_.size() < mostIdleConnections) stack_.idle_.push_back(std::move(connection_));
+    if (stack_.idle_.size() < kMostIdleConnections) {
+      stack_.idle_.push_back(std::move(connection_));
+    }
   }
   explicit operator bool() const { return connection_ != nullptr; }
   XConnection& operator*() const { return *connection_; }
@@ -218,44 +249,62 @@ std::vector<Window> WindowStack::windows() {
 
 std::optional<Window> WindowStack::windowAt(int px, int py) {
   const Lease lease(*this);
-  if (!lease) return std::nullopt;
+  if (!lease) {
+    return std::nullopt;
+  }
   XConnection& x = *lease;
   // The server's own answer respects the shapes of windows and where they take input.
   const auto at = x.reply<xcb_translate_coordinates_reply_t>(xcb_translate_coordinates(
       x.get(), x.root(), x.root(), static_cast<std::int16_t>(px), static_cast<std::int16_t>(py)));
-  if (!at || at->child == XCB_NONE) return std::nullopt;
+  if (!at || at->child == XCB_NONE) {
+    return std::nullopt;
+  }
   std::vector<Window> found = describe(x, {at->child});
-  if (!found.empty()) return found.front();
+  if (!found.empty()) {
+    return found.front();
+  }
   // An input-only window lies on top: what is seen below it is meant.
   for (const Window& window : describe(x, topLevels(x))) {
-    if (window.frame.contains({double(px), double(py)})) return window;
+    if (window.frame.contains({double(px), double(py)})) {
+      return window;
+    }
   }
   return std::nullopt;
 }
 
 std::optional<Window> WindowStack::activeWindow() {
   const Lease lease(*this);
-  if (!lease) return std::nullopt;
+  if (!lease) {
+    return std::nullopt;
+  }
   XConnection& x = *lease;
   const auto active = x.numbers(x.askProperty(x.root(), x.atoms().netActiveWindow, XCB_ATOM_WINDOW));
-  if (active.empty() || active.front() == XCB_NONE) return std::nullopt;
+  if (active.empty() || active.front() == XCB_NONE) {
+    return std::nullopt;
+  }
   const std::vector<Window> found = describe(x, {topLevelOf(x, active.front())});
   return found.empty() ? std::nullopt : std::optional(found.front());
 }
 
 std::optional<Window> WindowStack::window(xcb_window_t window) {
   const Lease lease(*this);
-  if (!lease) return std::nullopt;
+  if (!lease) {
+    return std::nullopt;
+  }
   const std::vector<Window> found = describe(*lease, {topLevelOf(*lease, window)});
   return found.empty() ? std::nullopt : std::optional(found.front());
 }
 
 std::optional<std::int32_t> WindowStack::pidOfWindow(xcb_window_t window) {
   const Lease lease(*this);
-  if (!lease) return std::nullopt;
+  if (!lease) {
+    return std::nullopt;
+  }
   XConnection& x = *lease;
   const auto claimed = x.askProperty(window, x.atoms().netWmPid, XCB_ATOM_CARDINAL);
-  if (hasResourceExtension(x)) return pidFrom(x, askPid(x, window), claimed);
+  if (hasResourceExtension(x)) {
+    return pidFrom(x, askPid(x, window), claimed);
+  }
   const auto numbers = x.numbers(claimed);
   return numbers.empty() ? std::nullopt : std::optional(static_cast<std::int32_t>(numbers.front()));
 }

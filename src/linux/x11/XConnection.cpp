@@ -13,8 +13,8 @@ namespace zqlogging {
 
 namespace {
 
-constexpr std::uint64_t patience = 250'000;  // microseconds
-constexpr std::uint32_t mostPropertyWords = 4096;
+constexpr std::uint64_t kPatience = 250'000;  // microseconds
+constexpr std::uint32_t kMostPropertyWords = 4096;
 
 }  // namespace
 
@@ -22,9 +22,13 @@ std::unique_ptr<XConnection> XConnection::open() {
   int screenNumber = 0;
   xcb_connection_t* connection = xcb_connect(nullptr, &screenNumber);
   std::unique_ptr<XConnection> opened(new XConnection(connection));
-  if (xcb_connection_has_error(connection)) return nullptr;
+  if (xcb_connection_has_error(connection)) {
+    return nullptr;
+  }
   xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
-  for (; screens.rem > 1 && screenNumber > 0; --screenNumber) xcb_screen_next(&screens);
+  for (; screens.rem > 1 && screenNumber > 0; --screenNumber) {
+    xcb_screen_next(&screens);
+  }
   opened->root_ = screens.data->root;
   opened->startWaiting();
   return opened->internAtoms() ? std::move(opened) : nullptr;
@@ -52,13 +56,15 @@ bool XConnection::internAtoms() {
   }
   for (std::size_t i = 0; i < cookies.size(); ++i) {
     const auto atom = reply<xcb_intern_atom_reply_t>(cookies[i]);
-    if (!atom) return false;
+    if (!atom) {
+      return false;
+    }
     *names[i].second = atom->atom;
   }
   return true;
 }
 
-void XConnection::startWaiting() { deadline_ = monotonicMicroseconds() + patience; }
+void XConnection::startWaiting() { deadline_ = monotonicMicroseconds() + kPatience; }
 
 void* XConnection::await(unsigned sequence) {
   xcb_flush(connection_);
@@ -70,32 +76,38 @@ void* XConnection::await(unsigned sequence) {
       return answer;
     }
     const std::uint64_t now = monotonicMicroseconds();
-    if (xcb_connection_has_error(connection_)) return nullptr;
+    if (xcb_connection_has_error(connection_)) {
+      return nullptr;
+    }
     if (now >= deadline_) {
       late_ = true;
       xcb_discard_reply(connection_, sequence);
       return nullptr;
     }
     pollfd descriptor{xcb_get_file_descriptor(connection_), POLLIN, 0};
-    constexpr std::uint64_t roundUp = 999;
-    poll(&descriptor, 1, static_cast<int>((deadline_ - now + roundUp) / 1000));
+    constexpr std::uint64_t kRoundUp = 999;
+    poll(&descriptor, 1, static_cast<int>((deadline_ - now + kRoundUp) / 1000));
   }
 }
 
 xcb_get_property_cookie_t XConnection::askProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t type) const {
-  return xcb_get_property(connection_, 0, window, property, type, 0, mostPropertyWords);
+  return xcb_get_property(connection_, 0, window, property, type, 0, kMostPropertyWords);
 }
 
 std::vector<std::uint32_t> XConnection::numbers(xcb_get_property_cookie_t cookie) {
   const auto property = reply<xcb_get_property_reply_t>(cookie);
-  if (!property || property->format != 32) return {};
+  if (!property || property->format != 32) {
+    return {};
+  }
   const auto* first = static_cast<const std::uint32_t*>(xcb_get_property_value(property.get()));
   return {first, first + property->value_len};
 }
 
 std::string XConnection::text(xcb_get_property_cookie_t cookie) {
   const auto property = reply<xcb_get_property_reply_t>(cookie);
-  if (!property || property->format != 8) return {};
+  if (!property || property->format != 8) {
+    return {};
+  }
   return {static_cast<const char*>(xcb_get_property_value(property.get())), property->value_len};
 }
 

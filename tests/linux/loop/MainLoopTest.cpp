@@ -17,7 +17,9 @@ class MainLoopTest : public ::testing::Test {
  protected:
   /// Runs the loop until a task asks for the end.
   void runUntilEnd() {
-    while (!ended) GlibMainLoop::pump(hours(1));
+    while (!ended) {
+      GlibMainLoop::pump(hours(1));
+    }
   }
   port::Task note(char letter) {
     return [this, letter] { order += letter; };
@@ -47,7 +49,9 @@ TEST_F(MainLoopTest, AHostThatIsBusyDrawingDoesNotHoldTasksUp) {
       G_PRIORITY_HIGH_IDLE,  // that of toolkits' layout and redrawing, always ready here
       [](gpointer count) -> gboolean { return ++*static_cast<int*>(count), G_SOURCE_CONTINUE; }, &frames, nullptr);
   loop.runSoon(end);
-  while (!ended && frames < 100) GlibMainLoop::pump(hours(1));
+  while (!ended && frames < 100) {
+    GlibMainLoop::pump(hours(1));
+  }
   g_source_remove(drawing);
   EXPECT_TRUE(ended);
 }
@@ -64,7 +68,9 @@ TEST_F(MainLoopTest, DelayedTasksRunByTheirTimeAndNotByTheirOrder) {
 TEST_F(MainLoopTest, WhatATaskThrowsGoesNoFurther) {
   int fired = 0;
   const auto timer = loop.startRepeatingTimer(milliseconds(1), [&](const port::Timer&) {
-    if (++fired == 2) ended = true;
+    if (++fired == 2) {
+      ended = true;
+    }
     throw std::runtime_error("thrown by a timer");
   });
   loop.runSoon([] { throw std::runtime_error("thrown by a task"); });
@@ -101,7 +107,9 @@ TEST_F(MainLoopTest, AnInvalidatedTimerNeverFiresAgain) {
       std::unique_ptr<port::Timer> timer;
       timer = loop.startRepeatingTimer(milliseconds(1), [&, chosen = invalidate](const port::Timer&) {
         ++fired;
-        if (insideItself) chosen(timer);
+        if (insideItself) {
+          chosen(timer);
+        }
         loop.runAfter(milliseconds(20), end);
       });
       if (!insideItself) {

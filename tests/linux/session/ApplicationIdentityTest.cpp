@@ -54,7 +54,9 @@ TEST(ApplicationIdentityTest, ADesktopEntryIsNamedByItsPlaceBelowTheApplications
       {"/somewhere/else/tool.desktop", "tool"},
       {"tool", "tool"},
   };
-  for (const auto& [path, identifier] : entries) EXPECT_EQ(desktopEntryIdentifier(path), identifier) << path;
+  for (const auto& [path, identifier] : entries) {
+    EXPECT_EQ(desktopEntryIdentifier(path), identifier) << path;
+  }
 }
 
 TEST(ApplicationIdentityTest, TheEntryOfTheLauncherCountsForTheProcessThatItLaunched) {

@@ -4,8 +4,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "support/TemporaryHome.h"
 #include "linux/system/LinuxDefaults.h"
+#include "support/TemporaryHome.h"
 
 namespace zqlogging {
 namespace {
@@ -39,7 +39,9 @@ TEST_F(DefaultsTest, TextsOfEveryKindOutliveTheProcess) {
       {"", "no key"},
       {"schlüssel", "also"},
   };
-  for (const auto& [key, value] : texts) defaults.setString(key, value);
+  for (const auto& [key, value] : texts) {
+    defaults.setString(key, value);
+  }
   for (const auto& [key, value] : texts) {
     EXPECT_EQ(readAnew(key), value) << key;
     EXPECT_EQ(defaults.string(key), value) << key;

@@ -6,10 +6,10 @@
 #include <array>
 #include <string>
 
-#include "support/TemporaryHome.h"
-#include "linux/system/LinuxLogs.h"
 #include "linux/LinuxPlatform.h"
+#include "linux/system/LinuxLogs.h"
 #include "linux/system/XdgFolders.h"
+#include "support/TemporaryHome.h"
 
 namespace zqlogging {
 namespace {
@@ -85,7 +85,9 @@ TEST(LogsTest, OutputThatNobodyReadsNeitherEndsNorHoldsUpTheProcess) {
   }
   OutputPipe output;
   const std::string line(1000, 'x');
-  for (int i = 0; i < 1000; ++i) LinuxLogs().standardOutput(line);
+  for (int i = 0; i < 1000; ++i) {
+    LinuxLogs().standardOutput(line);
+  }
   EXPECT_GT(output.take().size(), line.size());
   LinuxLogs().standardOutput("again");
   EXPECT_TRUE(output.take().ends_with("again\n"));

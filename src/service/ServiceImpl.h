@@ -61,9 +61,9 @@ struct NameAndPath {
 };
 
 /// Everything behind the public surface of one service. Each group of operations has a file of its own.
-struct ServiceState {
-  ServiceState(ZQLoggingervice& owner, std::shared_ptr<port::Platform> desktop);
-  ~ServiceState();
+struct ServiceImpl {
+  ServiceImpl(ZQLoggingervice& owner, std::shared_ptr<port::Platform> desktop);
+  ~ServiceImpl();
 
   // Intake.cpp: forwarded input and remote commands. On the worker, except for the next three.
   void enqueue(WorkItem item);
@@ -74,8 +74,8 @@ struct ServiceState {
   void processMouseEvent(const ForwardedEvent& event, CGPoint screenPoint);
   void appendMouseEvent(const ZQAccessibilityElement& element, const ZQXPath& path, std::uint64_t eventType,
                         CGPoint screenPoint, const std::string& name, bool isRemote,
-                        const std::vector<ZQTextDetection>& texts,
-                        const std::vector<ZQRectangleDetection>& rectangles, CGPoint recognizerPoint);
+                        const std::vector<ZQTextDetection>& texts, const std::vector<ZQRectangleDetection>& rectangles,
+                        CGPoint recognizerPoint);
   void processKeyEvent(const ForwardedEvent& event);
 
   // TreeWalk.cpp, on the worker.
