@@ -20,8 +20,8 @@ struct PixelBuffer {
 /// A picture that owns its pixels: 32-bit blue, green, red, alpha, the top row first, rows without padding.
 /// The empty picture has width and height 0.
 struct Bitmap {
-  int width = 0;
-  int height = 0;
+  int width = 0;                     ///< in pixels
+  int height = 0;                    ///< in pixels
   std::vector<std::uint8_t> pixels;  ///< 4 × width × height bytes
   friend bool operator==(const Bitmap&, const Bitmap&) = default;
 };

@@ -20,19 +20,23 @@ class TextRecognition;
 /// or by the first `recognize` (about 0.1 s), and freed with this object. One thread at a time.
 class ZQ_EXPORT TextRecognizer {
  public:
-  /// `desktop` must outlive this object. Loads nothing yet.
+  /// Loads nothing yet. Any thread; blocks for nothing, never fails.
+  /// \param desktop  must outlive this object
   explicit TextRecognizer(port::Platform& desktop);
   TextRecognizer(const TextRecognizer&) = delete;
   TextRecognizer& operator=(const TextRecognizer&) = delete;
   ~TextRecognizer();
 
-  /// Loads the engine now rather than at the first recognition. Never fails.
+  /// Loads the engine now rather than at the first recognition. Blocks for about 0.1 s. Never fails: what is missing
+  /// is told by `recognize`.
   void prepare();
 
-  /// The lines of text in `picture`, in reading order, with their boxes in its pixels (origin top-left).
-  /// With a click point (the same pixels) the lines nearest to it are read first, and after 0.12 s no further one is
-  /// begun; without one the whole picture is read, however long that takes. A picture without pixels has no text.
-  /// Throws std::runtime_error with one sentence when there is no engine or no language data.
+  /// Reads the text in a picture. Blocks until it is read: with a click point no further line is begun after 0.12 s,
+  /// without one the whole picture is read, however long that takes. Throws std::runtime_error with one sentence when
+  /// there is no engine or no language data.
+  /// \param picture     only read, and let go before the return; one without pixels has no text
+  /// \param clickPoint  the lines nearest to it are read first; in the picture's pixels, origin top-left
+  /// \return            the lines in reading order, with their boxes in the picture's pixels, origin top-left
   [[nodiscard]] std::vector<ZQTextDetection> recognize(const PixelBuffer& picture,
                                                        std::optional<CGPoint> clickPoint = std::nullopt);
 

@@ -7,6 +7,7 @@ namespace zqlogging {
 /// Reserved: a public class with a constructor and no other members.
 class ZQ_EXPORT ZQAccessibilityWindowUtils {
  public:
+  /// Does nothing, on any thread.
   ZQAccessibilityWindowUtils();
 };
 

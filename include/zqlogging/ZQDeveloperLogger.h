@@ -1,6 +1,7 @@
 #pragma once
 
-#include <compare>
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string_view>
 
@@ -8,27 +9,38 @@
 
 namespace zqlogging {
 
-/// The tiers of the developer trace. Only `enhancedlogging` is ever switched on by the library itself.
-/// Tiers are ordered by their raw values, not by declaration.
+/// A tier of the developer trace. Only `enhancedlogging` is ever switched on by the library itself.
+/// Tiers compare as their raw values do, compare with the cases directly, and can be hashed. Any thread may use them;
+/// nothing here blocks or fails.
 class ZQ_EXPORT ZQDeveloperLogTier {
  public:
-  enum Case : unsigned char { signalling, http, webrtc, rawSocket, enhancedlogging };
+  /// The tiers, in the order of their raw values: the order in which they compare.
+  enum Case : unsigned char {
+    enhancedlogging,  ///< what the library does, step by step
+    http,             ///< not used by the library
+    rawSocket,        ///< not used by the library
+    signalling,       ///< not used by the library
+    webrtc,           ///< not used by the library
+  };
 
+  /// \param value  the tier
   constexpr ZQDeveloperLogTier(Case value) : value_(value) {}  // NOLINT: a tier is its case
 
-  /// The tier with exactly this raw value, or nothing.
+  /// The tier of a raw value.
+  /// \param rawValue  compared byte for byte
+  /// \return          nothing when no tier has it
   static std::optional<ZQDeveloperLogTier> fromRawValue(std::string_view rawValue);
 
-  /// The category under which lines of this tier reach the system log, e.g. "rawsocket".
+  /// The category under which lines of this tier reach the system log.
+  /// \return  e.g. "rawsocket"; it lives as long as the library is loaded
   [[nodiscard]] std::string_view rawValue() const;
-  /// The label inside a line, e.g. "[RawSocket]".
+  /// What stands for the tier inside a line.
+  /// \return  e.g. "[RawSocket]"; it lives as long as the library is loaded
   [[nodiscard]] std::string_view label() const;
 
-  constexpr operator Case() const { return value_; }  // NOLINT: usable in a switch
-  friend bool operator==(ZQDeveloperLogTier a, ZQDeveloperLogTier b) { return a.value_ == b.value_; }
-  friend std::strong_ordering operator<=>(ZQDeveloperLogTier a, ZQDeveloperLogTier b) {
-    return a.rawValue() <=> b.rawValue();
-  }
+  /// The case, for comparisons and in a switch.
+  /// \return  the enumerator
+  constexpr operator Case() const { return value_; }  // NOLINT: a tier is its case
 
  private:
   Case value_;
@@ -41,11 +53,14 @@ class ZQ_EXPORT ZQDeveloperLogger {
   ZQDeveloperLogger(const ZQDeveloperLogger&) = delete;
   ZQDeveloperLogger& operator=(const ZQDeveloperLogger&) = delete;
 
-  /// The shared logger; with all tiers off until a service switches one on.
+  /// The shared logger, with all tiers off until a service switches one on. Never fails.
+  /// \return  owned by the library
   static ZQDeveloperLogger& log();
 
-  /// Writes one line when the tier is on: thread mark, tier label, a blank, the message. Never fails, never throws.
-  /// Cost when the tier is off: one relaxed atomic read.
+  /// Writes one line when the tier is on: thread mark, tier label, a blank, the message. Never fails. Blocks for one
+  /// line to the system log when the tier is on, else for one relaxed atomic read.
+  /// \param with     the tier
+  /// \param message  UTF-8, one line
   void log(ZQDeveloperLogTier with, std::string_view message) noexcept;
 
  private:
@@ -55,3 +70,15 @@ class ZQ_EXPORT ZQDeveloperLogger {
 };
 
 }  // namespace zqlogging
+
+namespace std {
+
+/// Equal tiers have equal hashes.
+template <>
+struct hash<zqlogging::ZQDeveloperLogTier> {
+  /// \param tier  to be hashed
+  /// \return      the hash of its case
+  std::size_t operator()(zqlogging::ZQDeveloperLogTier tier) const noexcept { return hash<unsigned char>()(tier); }
+};
+
+}  // namespace std

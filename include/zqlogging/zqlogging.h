@@ -14,3 +14,4 @@
 #include "zqlogging/ZQDeveloperLogger.h"
 #include "zqlogging/ZQLoggerDelegate.h"
 #include "zqlogging/ZQLoggingervice.h"
+#include "zqlogging/ZQUILogMouseMouveEvent.h"

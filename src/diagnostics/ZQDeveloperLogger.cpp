@@ -16,19 +16,19 @@ struct TierText {
   std::string_view label;
 };
 
-// In declaration order of the cases.
-constexpr std::array<TierText, 5> kTiers = {{{"signalling", "[Signalling]"},
+// In the order of the cases, which is that of the raw values.
+constexpr std::array<TierText, 5> kTiers = {{{"enhancedlogging", "[EnhancedLogging]"},
                                              {"http", "[HTTP]"},
-                                             {"webrtc", "[Webrtc]"},
                                              {"rawsocket", "[RawSocket]"},
-                                             {"enhancedlogging", "[EnhancedLogging]"}}};
+                                             {"signalling", "[Signalling]"},
+                                             {"webrtc", "[Webrtc]"}}};
 
 constexpr std::string_view kMainThreadMark = "🔴 [UI]";
 constexpr std::string_view kOtherThreadMark = "🔵 [BG]";
 /// Subsystem of the lines when the host has no identifier.
 constexpr std::string_view kFallbackSubsystem = "zqlogging";
 
-constexpr unsigned bitOf(ZQDeveloperLogTier tier) { return 1U << static_cast<ZQDeveloperLogTier::Case>(tier); }
+constexpr unsigned bitOf(ZQDeveloperLogTier tier) { return 1U << static_cast<unsigned>(tier); }
 
 /// Replaced as a whole; the mask alone answers for a tier that is off.
 struct Switches {

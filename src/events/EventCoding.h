@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "events/ZQLogEventProtocol.h"
-#include "json/JsonObject.h"
+#include "zqlogging/JsonObject.h"
 
 namespace zqlogging {
 

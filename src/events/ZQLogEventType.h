@@ -20,7 +20,6 @@ enum class PlatformEventType : std::uint64_t {
   keyDown = 10,
 };
 
-std::string_view rawValue(ZQLogEventType type);
 std::string_view rawValue(ZQLogEventMouseType type);
 
 /// Exact, case-sensitive; nothing for any other text.

@@ -5,7 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "json/JsonObject.h"
+#include "json/DecodingError.h"
+#include "zqlogging/JsonObject.h"
 
 namespace zqlogging {
 

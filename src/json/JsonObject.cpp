@@ -1,7 +1,11 @@
-#include "json/JsonObject.h"
+#include "zqlogging/JsonObject.h"
 
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
+
+#include <string>
+
+#include "json/DecodingError.h"
 
 namespace zqlogging {
 

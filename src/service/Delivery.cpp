@@ -4,7 +4,7 @@
 #include "diagnostics/DeveloperTiers.h"
 #include "events/EventCoding.h"
 #include "events/ZQLogEventReducer.h"
-#include "json/JsonObject.h"
+#include "json/DecodingError.h"
 #include "service/ServiceImpl.h"
 #include "text/Text.h"
 

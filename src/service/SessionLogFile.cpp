@@ -50,10 +50,24 @@ auto retrying(Call call) {
   return result;
 }
 
+bool isOwnFile(const struct stat& status) { return S_ISREG(status.st_mode) && status.st_uid == ::geteuid(); }
+
+/// Why what stands at a path must not be deleted or replaced; nothing when it may, or when nothing stands there.
+std::optional<std::string> reasonToKeep(const std::string& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) {
+    return errno == ENOENT || errno == ENOTDIR ? std::nullopt : std::optional(reason(errno));
+  }
+  if (S_ISDIR(status.st_mode)) {
+    return reason(EISDIR);
+  }
+  return isOwnFile(status) ? std::nullopt : std::optional<std::string>("it is no regular file of this user");
+}
+
 /// The size of an open file, when it is a regular file of this user.
 std::optional<std::size_t> sizeOfOwnFile(int fd) {
   struct stat status {};
-  if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
+  if (::fstat(fd, &status) != 0 || !isOwnFile(status)) {
     return std::nullopt;
   }
   return static_cast<std::size_t>(status.st_size);
@@ -214,6 +228,9 @@ SessionLogFile::Content SessionLogFile::read() const {
 
 std::optional<std::string> SessionLogFile::remove() {
   isKnown_ = false;
+  if (auto toKeep = reasonToKeep(path_)) {
+    return toKeep;
+  }
   if (::unlink(path_.c_str()) != 0 && errno != ENOENT && errno != ENOTDIR) {
     return reason(errno);
   }
@@ -221,6 +238,9 @@ std::optional<std::string> SessionLogFile::remove() {
 }
 
 std::optional<std::string> SessionLogFile::replace(std::string_view content) {
+  if (auto toKeep = reasonToKeep(path_)) {
+    return toKeep;
+  }
   const std::string next = path_ + ".next";
   if (::unlink(next.c_str()) != 0 && errno != ENOENT) {
     return reason(errno);

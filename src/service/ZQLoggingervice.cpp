@@ -7,7 +7,7 @@
 #include "accessibility/AXError.h"
 #include "accessibility/SystemWideElement.h"
 #include "diagnostics/DeveloperTiers.h"
-#include "json/JsonObject.h"
+#include "json/DecodingError.h"
 #include "service/ServiceImpl.h"
 #include "text/Text.h"
 
@@ -252,6 +252,9 @@ void ZQLoggingervice::screenUnlocked(const port::Notification& /*notification*/)
 
 void ZQLoggingervice::startAppWatcher(const std::shared_ptr<Application>& application) {
   requireSharedOwner(weak_from_this());
+  if (application == nullptr) {
+    throw std::invalid_argument("startAppWatcher needs an application");
+  }
   impl_->moveWatcher(application);
 }
 

@@ -43,6 +43,16 @@ bool useService() {
   service->clearLogs();
   bool answered = false;
   service->stop([&](bool) { answered = true; });
+  try {
+    service->startAppWatcher(nullptr);
+    return false;
+  } catch (const std::invalid_argument&) {
+  }
+  const auto entry = service->convertToDictionary(R"({"id": 7})");
+  const auto* id = entry == nullptr ? nullptr : entry->find("id");
+  if (id == nullptr || std::get<std::int64_t>(*id) != 7 || service->convertToDictionary("[]") != nullptr) {
+    return false;
+  }
   return answered && service->pauses == 1 && service->ocrDetectionSize().width == 200;
 }
 
@@ -78,7 +88,8 @@ bool useTrace() {
   zqlogging::ZQDeveloperLogger::log().log(ZQDeveloperLogTier::enhancedlogging, "not written: the tier is off");
   const auto tier = ZQDeveloperLogTier::fromRawValue("rawsocket");
   [[maybe_unused]] const zqlogging::ZQAccessibilityWindowUtils reserved;
-  return tier && tier->label() == "[RawSocket]";
+  [[maybe_unused]] const zqlogging::ZQUILogMouseMouveEvent alsoReserved;
+  return tier && tier->label() == "[RawSocket]" && rawValue(zqlogging::ZQLogEventType::Mouse) == "Mouse";
 }
 
 bool useScenario() {

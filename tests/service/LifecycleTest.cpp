@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <unordered_set>
+
 #include "diagnostics/DeveloperTiers.h"
 #include "support/ServiceFixture.h"
 
@@ -143,13 +145,28 @@ TEST_F(Lifecycle, TheTraceIsSwitchedForTheWholeProcess) {
   EXPECT_THAT(lines, ElementsAre("zqlogging|enhancedlogging|🔴 [UI][EnhancedLogging] main",
                                  "com.example.host|enhancedlogging|🔵 [BG][EnhancedLogging] "
                                  "ObjC.perform inside obtainReadableDataOfElement"));
-  EXPECT_EQ(ZQDeveloperLogTier::fromRawValue("rawsocket"), ZQDeveloperLogTier(ZQDeveloperLogTier::rawSocket));
-  EXPECT_FALSE(ZQDeveloperLogTier::fromRawValue("rawSocket"));
+}
+
+TEST(DeveloperTier, ComparesAndHashesByItsRawValue) {
   using Tier = ZQDeveloperLogTier;
-  const std::vector<Tier> ordered = {Tier::enhancedlogging, Tier::http, Tier::rawSocket, Tier::signalling,
-                                     Tier::webrtc};
-  EXPECT_TRUE(std::is_sorted(ordered.begin(), ordered.end()));
-  EXPECT_FALSE(Tier(Tier::http) < Tier(Tier::http));
+  EXPECT_FALSE(Tier::fromRawValue("rawSocket"));
+  std::vector<Tier> tiers;
+  for (const char* rawValue : {"enhancedlogging", "http", "rawsocket", "signalling", "webrtc"}) {
+    tiers.push_back(Tier::fromRawValue(rawValue).value());
+    EXPECT_EQ(tiers.back().rawValue(), rawValue);
+  }
+  for (const Tier a : tiers) {
+    for (const Tier b : tiers) {
+      EXPECT_EQ(a < b, a.rawValue() < b.rawValue());
+      EXPECT_EQ(a == b, a.rawValue() == b.rawValue());
+    }
+  }
+  EXPECT_TRUE(Tier::enhancedlogging < Tier::http && tiers[1] == Tier::http && Tier::webrtc != tiers[1]);
+  EXPECT_EQ(std::unordered_set<Tier>(tiers.begin(), tiers.end()).size(), tiers.size());
+}
+
+TEST_F(Lifecycle, WatchingNoApplicationIsRefused) {
+  EXPECT_THROW(service->startAppWatcher(nullptr), std::invalid_argument);
 }
 
 }  // namespace

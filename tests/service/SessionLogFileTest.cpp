@@ -60,8 +60,10 @@ TEST_F(LogFile, OnlyARegularFileIsWrittenOrRead) {
   fs::create_symlink(elsewhere, path);
   EXPECT_EQ(file.append("a,\n").result, Result::notOpened);
   EXPECT_FALSE(file.read().opened);
-  EXPECT_FALSE(file.remove());
-  EXPECT_FALSE(fs::is_symlink(path));
+  EXPECT_TRUE(file.remove());
+  EXPECT_TRUE(file.replace("x"));
+  EXPECT_TRUE(fs::is_symlink(path));
+  fs::remove(path);
   std::ifstream in(elsewhere);
   std::string text;
   in >> text;
@@ -70,6 +72,8 @@ TEST_F(LogFile, OnlyARegularFileIsWrittenOrRead) {
   ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
   EXPECT_EQ(file.append("a,\n").result, Result::notOpened);
   EXPECT_FALSE(file.read().opened);
+  EXPECT_TRUE(file.remove());
+  EXPECT_TRUE(fs::is_fifo(path));
   fs::remove(path);
 
   fs::create_directory(path);

@@ -1,34 +1,36 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
-#include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
 
+#include "zqlogging/Export.h"
+
 namespace zqlogging {
 
-/// Why a text is no JSON, or a JSON object no record. The message is one line.
-class DecodingError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 /// The top level of one JSON object, as the session log file holds it. Nested values are known to be there and to be
-/// well-formed, no more: no record has any.
-class JsonObject {
+/// well-formed, no more: no record has any. One thread at a time; blocks for nothing.
+class ZQ_EXPORT JsonObject {
  public:
+  /// The value null.
   struct Null {};
+  /// An object or array.
   struct Nested {};
+  /// A whole number beyond 64 bits is a double. Texts are UTF-8.
   using Value = std::variant<Null, bool, std::int64_t, double, std::string_view, Nested>;
 
-  /// Nothing when the text is well-formed but its top level is an array; throws DecodingError when it is no JSON text
-  /// with an object or array at its top.
+  /// Reads an object. Throws std::runtime_error, with one line that says why, when the text is no JSON text with an
+  /// object or array at its top.
+  /// \param text  copied
+  /// \return      nothing when the text is well-formed but its top level is an array
   static std::optional<JsonObject> parse(std::string_view text);
 
-  /// The value under a key, null when there is none. Fast when keys are asked for in the order of the text.
+  /// Looks up a key. Fast when keys are asked for in the order of the text. Never fails.
+  /// \param key  without escapes, UTF-8
+  /// \return     null when there is no such key; it and the text in it are owned by this object
   [[nodiscard]] const Value* find(std::string_view key) const;
 
   JsonObject(JsonObject&&) = default;
