@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "PrivateDesktop.h"
-#include "linux/accessibility/AtspiElement.h"
 #include "linux/atspi/AtspiStatistics.h"
 
 namespace zqlogging::testing {
@@ -259,30 +258,6 @@ TEST_F(GtkTest, ActionsAndSettingsReachTheControl) {
   EXPECT_EQ(city->setAttributeValue("AXValue", port::Value(std::string("Graz"))), port::ResultCode::success);
   EXPECT_EQ(valueOf(city, "AXValue"), "Graz");
   EXPECT_FALSE(city->isAttributeSettable("AXRole").value);
-}
-
-TEST_F(GtkTest, WhatIsExpectedWronglyIsNotBelieved) {
-  const auto objectOf = [](const ElementRef& element) { return dynamic_cast<const AtspiElement&>(*element).object(); };
-  const CGPoint point = middleOf(frameOf(control("AXStaticText", "Apples")));
-  ASSERT_TRUE(comesUp(point, "AXStaticText:Apples"));
-  const std::string path = pathOf(at(point));
-  const AtspiObject apples = objectOf(at(point)), button = objectOf(control("AXButton", "Press me"));
-  const AtspiObject frame = objectOf(window()), root{button.application, AtspiObject::kRootPath, button.bus};
-  const AtspiObject gone{button.application, "/org/a11y/atspi/accessible/999999", button.bus};
-  for (const AtspiObject& wrong : {button, gone, apples}) {
-    static_cast<LinuxAccessibility&>(desktop.accessibility()).withReader([&](AtspiReader& reader) {
-      const AtspiAnswer one{port::ResultCode::success, wrong};
-      for (const AtspiObject& object : {apples, button, frame}) {
-        reader.expect(object, Fact::parent, one);
-      }
-      reader.expect(root, Fact::atPoint, one);
-      reader.expect(root, Fact::children, {port::ResultCode::success, std::vector{wrong}});
-    });
-    const auto scope = desktop.accessibility().openReadScope();
-    const ElementRef hit = at(point);
-    EXPECT_EQ(pathOf(hit), path);
-    EXPECT_EQ(valueOf(hit, "AXValue"), "Apples");
-  }
 }
 
 TEST_F(GtkTest, AReadScopeRemembersAndAScopelessReadDoesNot) {

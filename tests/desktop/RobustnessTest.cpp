@@ -86,7 +86,7 @@ TEST_F(RobustnessTest, LookingForTheWindowAtAPointLeavesNothingInMemory) {
   constexpr int kTimes = 1000;
   const auto look = [&] {
     for (int i = 0; i < kTimes; ++i) {
-      accessibility().windows().windowAt(100, 66);
+      accessibility().services().windows().windowAt(100, 66);
     }
   };
   look();
@@ -162,11 +162,11 @@ TEST_F(RobustnessTest, TheBusMayDieAndComeBack) {
 }
 
 TEST_F(RobustnessTest, AServiceThatLeavesItsBusBehindIsNoticed) {
-  const std::uint32_t before = accessibility().bus().address().number;
+  const std::uint32_t before = accessibility().services().bus().address().number;
   killOwnerOf(Bus::session, "org.a11y.Bus");
   // Asked about, the service starts again, with a bus of its own. The old bus still answers.
   EXPECT_TRUE(desktop.accessibility().isProcessTrusted(false));
-  EXPECT_NE(accessibility().bus().address().number, before);
+  EXPECT_NE(accessibility().services().bus().address().number, before);
   const Program program{{GTK_APP}};
   EXPECT_TRUE(eventually([&] { return find(applicationOf(program), "AXButton", "Press me") != nullptr; }));
 }

@@ -34,7 +34,7 @@ class WorkspaceTest : public ::testing::Test {
   }
 
   LinuxPlatform platform;
-  LinuxAccessibility& desktop = static_cast<LinuxAccessibility&>(platform.accessibility());
+  AtspiServices& desktop = static_cast<LinuxAccessibility&>(platform.accessibility()).services();
   port::Workspace& workspace = platform.workspace();
 };
 

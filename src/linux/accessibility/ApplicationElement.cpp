@@ -7,7 +7,8 @@
 #include <fstream>
 
 #include "linux/accessibility/AtspiAttributes.h"
-#include "linux/accessibility/WindowElement.h"
+#include "platform/Platform.h"
+#include "platform/Workspace.h"
 
 namespace zqlogging {
 
@@ -45,10 +46,10 @@ Result<std::int32_t> ApplicationElement::getPid() const {
 }
 
 Result<std::vector<std::string>> ApplicationElement::copyAttributeNames() const {
-  return accessibility().withReader([&](AtspiReader& reader) -> Result<std::vector<std::string>> {
-    const auto roots = accessibility().rootsOf(pid_, reader, timeout());
+  return services().withBatch([&](AtspiBatch& batch) -> Result<std::vector<std::string>> {
+    const auto roots = services().readRootsOf(pid_, batch, timeout());
     if (!roots.empty()) {
-      return attributeNames({accessibility(), reader, roots.front(), timeout()});
+      return attributeNames({elements(), batch, roots.front(), timeout()});
     }
     if (!processExists(pid_)) {
       return ResultCode::invalidUIElement;
@@ -70,12 +71,12 @@ Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribut
   if (attribute == "AXDescription") {
     return ResultCode::noValue;
   }
-  return accessibility().withReader([&](AtspiReader& reader) -> Result<Value> {
-    const auto roots = accessibility().rootsOf(pid_, reader, timeout());
+  return services().withBatch([&](AtspiBatch& batch) -> Result<Value> {
+    const auto roots = services().readRootsOf(pid_, batch, timeout());
     if (roots.empty()) {
       return valueOfStranger(attribute);
     }
-    const AtspiSubject subject{accessibility(), reader, roots.front(), timeout()};
+    const AtspiSubject subject{elements(), batch, roots.front(), timeout()};
     Result<Value> value = attributeValue(subject, attribute);
     const bool isNameless = attribute == "AXTitle" && value.code == ResultCode::noValue;
     return isNameless ? valueOfStranger(attribute) : value;
@@ -96,32 +97,29 @@ Result<Value> ApplicationElement::valueOfStranger(const std::string& attribute) 
     return ResultCode::attributeUnsupported;
   }
 
-  const auto active = accessibility().windows().activeWindow();
+  const auto active = services().windows().activeWindow();
   const bool isActive = active && active->pid == pid_;
   if (attribute == "AXFrontmost") {
     return Value(isActive);
   }
-  std::vector<WindowStack::Window> own = accessibility().windows().windows();
+  std::vector<WindowStack::Window> own = services().windows().windows();
   std::erase_if(own, [&](const WindowStack::Window& window) { return window.pid != pid_ || window.overrideRedirect; });
   if (attribute == "AXTitle") {
     const std::string title =
         own.empty() || own.front().className.empty() ? executableName(pid_) : own.front().className;
     return title.empty() ? Result<Value>(ResultCode::noValue) : Result<Value>(Value(title));
   }
-  const auto elementOf = [&](const WindowStack::Window& window) -> port::ElementRef {
-    return std::make_shared<WindowElement>(accessibility(), window);
-  };
   if (attribute == "AXWindows" || attribute == "AXChildren") {
     Array windows;
     for (const WindowStack::Window& window : own) {
-      windows.emplace_back(elementOf(window));
+      windows.emplace_back(elements().window(window));
     }
     return Value(std::move(windows));
   }
   if (isActive) {
-    return Value(elementOf(*active));
+    return Value(elements().window(*active));
   }
-  return own.empty() ? Result<Value>(ResultCode::noValue) : Result<Value>(Value(elementOf(own.front())));
+  return own.empty() ? Result<Value>(ResultCode::noValue) : Result<Value>(Value(elements().window(own.front())));
 }
 
 }  // namespace zqlogging

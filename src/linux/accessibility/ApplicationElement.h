@@ -12,7 +12,7 @@ bool processExists(std::int32_t pid);
 /// bus answers with what the X server and the workspace know.
 class ApplicationElement : public LinuxElement {
  public:
-  ApplicationElement(LinuxAccessibility& accessibility, std::int32_t pid) : LinuxElement(accessibility), pid_(pid) {}
+  ApplicationElement(const ElementFactory& elements, std::int32_t pid) : LinuxElement(elements), pid_(pid) {}
 
   [[nodiscard]] bool isEqual(const Element& other) const override;
   [[nodiscard]] std::size_t hash() const override;

@@ -1,10 +1,11 @@
 #include "linux/accessibility/AtspiAttributes.h"
 
 #include <algorithm>
-#include <limits>
 
-#include "linux/accessibility/AtspiHitTest.h"
-#include "linux/accessibility/LinuxAccessibility.h"
+#include "linux/accessibility/AtspiFocus.h"
+#include "linux/accessibility/AtspiValue.h"
+#include "linux/accessibility/AtspiWindows.h"
+#include "linux/atspi/AtspiProcesses.h"
 
 namespace zqlogging {
 
@@ -16,10 +17,7 @@ using port::Value;
 
 namespace {
 
-constexpr std::string_view kFiller = "\xEF\xBF\xBC";  // U+FFFC stands for an embedded child
-constexpr int kHighestWindow = 48;                    // levels that the search for an element's window climbs
-constexpr int kDeepestFocus = 40;
-constexpr std::size_t kMostNodesSearched = 400;
+constexpr int kMaxWindowLevels = 48;  // levels that the search for an element's window climbs
 
 /// Which elements have an attribute.
 enum class Having {
@@ -42,22 +40,21 @@ struct AttributeRow {
   Result<Value> (*read)(const AtspiSubject&);
 };
 
-Result<Value> nonEmpty(const std::string& text) {
-  return text.empty() ? Result<Value>(ResultCode::noValue) : Result<Value>(Value(text));
+Value elementValue(const AtspiSubject& subject) { return subject.elements.object(subject.object, subject.batch); }
+
+template <AtspiState wanted>
+Result<Value> readState(const AtspiSubject& subject) {
+  return stateOf(subject, wanted);
 }
 
-Result<Value> textOf(const AtspiSubject& subject, Fact fact) {
-  const AtspiAnswer& answer = subject.read(fact);
-  const auto* text = answer.as<std::string>();
-  if (text) {
-    return nonEmpty(*text);
-  }
-  return answer.code == ResultCode::attributeUnsupported ? ResultCode::noValue : answer.code;
+template <AtspiRequest request>
+Result<Value> readText(const AtspiSubject& subject) {
+  return textOf(subject, request);
 }
 
-template <class T>
-Result<Value> numberOf(const AtspiSubject& subject, Fact fact) {
-  const AtspiAnswer& answer = subject.read(fact);
+template <AtspiRequest request, class T>
+Result<Value> readNumber(const AtspiSubject& subject) {
+  const AtspiAnswer& answer = subject.read(request);
   const auto* number = answer.as<T>();
   if (!number) {
     return answer.code;
@@ -66,44 +63,6 @@ Result<Value> numberOf(const AtspiSubject& subject, Fact fact) {
     return Value(*number);
   }
   return Value(static_cast<std::int64_t>(*number));
-}
-
-std::string objectAttribute(const AtspiSubject& subject, std::initializer_list<const char*> keys) {
-  const auto* attributes = subject.read(Fact::objectAttributes).as<std::map<std::string, std::string>>();
-  for (const char* key : keys) {
-    if (!attributes) {
-      break;
-    }
-    if (const auto found = attributes->find(key); found != attributes->end() && !found->second.empty()) {
-      return found->second;
-    }
-  }
-  return {};
-}
-
-Value elementValue(const AtspiSubject& subject) {
-  return subject.accessibility.elementFor(subject.object, subject.reader);
-}
-
-Result<Value> state(const AtspiSubject& subject, AtspiState wanted) {
-  const AtspiAnswer& answer = subject.read(Fact::states);
-  const auto* states = answer.as<AtspiStates>();
-  return states ? Result<Value>(Value(has(*states, wanted))) : Result<Value>(answer.code);
-}
-
-template <AtspiState wanted>
-Result<Value> readState(const AtspiSubject& subject) {
-  return state(subject, wanted);
-}
-
-template <Fact fact>
-Result<Value> readText(const AtspiSubject& subject) {
-  return textOf(subject, fact);
-}
-
-template <Fact fact, class T>
-Result<Value> readNumber(const AtspiSubject& subject) {
-  return numberOf<T>(subject, fact);
 }
 
 Result<Value> readRole(const AtspiSubject& subject) {
@@ -117,7 +76,7 @@ Result<Value> readSubrole(const AtspiSubject& subject) {
 }
 
 Result<Value> readEnabled(const AtspiSubject& subject) {
-  const AtspiAnswer& answer = subject.read(Fact::states);
+  const AtspiAnswer& answer = subject.read(AtspiRequest::states);
   const auto* states = answer.as<AtspiStates>();
   if (!states) {
     return answer.code;
@@ -126,7 +85,7 @@ Result<Value> readEnabled(const AtspiSubject& subject) {
 }
 
 Result<Value> readIdentifier(const AtspiSubject& subject) {
-  const Result<Value> identifier = textOf(subject, Fact::accessibleId);
+  const Result<Value> identifier = textOf(subject, AtspiRequest::accessibleId);
   return identifier ? identifier : nonEmpty(objectAttribute(subject, {"id"}));
 }
 
@@ -134,76 +93,8 @@ Result<Value> readPlaceholder(const AtspiSubject& subject) {
   return nonEmpty(objectAttribute(subject, {"placeholder-text", "placeholder"}));
 }
 
-/// The text of an object without what stands for its children.
-Result<Value> plainText(const AtspiSubject& subject) {
-  const AtspiAnswer& answer = subject.read(Fact::text);
-  const auto* whole = answer.as<std::string>();
-  if (!whole) {
-    return answer.code == ResultCode::attributeUnsupported ? ResultCode::noValue : answer.code;
-  }
-  std::string text = *whole;
-  for (std::size_t at = text.find(kFiller); at != std::string::npos; at = text.find(kFiller, at)) {
-    text.erase(at, kFiller.size());
-  }
-  const bool isBlank = text.find_first_not_of(" \t\r\n") == std::string::npos;
-  return isBlank && text.size() != whole->size() ? ResultCode::noValue : nonEmpty(text);
-}
-
-Result<Value> readValue(const AtspiSubject& subject) {
-  const Result<const RoleRow*> row = roleOf(subject);
-  if (!row) {
-    return row.code;
-  }
-  switch (row.value->value) {
-    case ValueSource::none:
-    case ValueSource::secret:
-      return ResultCode::noValue;
-    case ValueSource::text:
-      return plainText(subject);
-    case ValueSource::leafText: {
-      if (subject.reader.isKnownParent(subject.object)) {
-        return ResultCode::noValue;
-      }
-      const AtspiAnswer& count = subject.read(Fact::childCount);
-      const auto* children = count.as<std::int32_t>();
-      if (!children) {
-        return count.code;
-      }
-      return *children == 0 ? plainText(subject) : ResultCode::noValue;
-    }
-    case ValueSource::number: {
-      const Result<Value> number = numberOf<double>(subject, Fact::currentValue);
-      return number.code == ResultCode::attributeUnsupported ? plainText(subject) : number;
-    }
-    case ValueSource::checked: {
-      const AtspiAnswer& answer = subject.read(Fact::states);
-      const auto* states = answer.as<AtspiStates>();
-      if (!states) {
-        return answer.code;
-      }
-      constexpr std::int64_t kOff = 0, kOn = 1, kMixed = 2;
-      if (has(*states, stateIndeterminate)) {
-        return Value(kMixed);
-      }
-      return Value(has(*states, stateChecked) || has(*states, statePressed) ? kOn : kOff);
-    }
-    case ValueSource::selected: {
-      const Result<Value> selected = state(subject, stateSelected);
-      return selected ? Result<Value>(Value(std::int64_t{std::get<bool>(selected.value)})) : selected;
-    }
-    case ValueSource::choice: {
-      const auto* child = subject.read(Fact::selectedChild).as<AtspiObject>();
-      if (child && !child->isNull()) {
-        return textOf(subject.of(*child), Fact::name);
-      }
-      return plainText(subject);
-    }
-  }
-  return ResultCode::noValue;
-}
-
 Result<std::vector<AtspiObject>> related(const AtspiSubject& subject, AtspiRelationType type) {
-  const AtspiAnswer& answer = subject.read(Fact::relations);
+  const AtspiAnswer& answer = subject.read(AtspiRequest::relations);
   const auto* relations = answer.as<std::vector<AtspiRelation>>();
   if (!relations) {
     return answer.code;
@@ -243,37 +134,19 @@ Result<Value> readTitledElements(const AtspiSubject& subject) {
   return labelled ? elementsOf(subject, labelled.value) : Result<Value>(labelled.code);
 }
 
-/// The object's parent; the desktop above the applications is none.
-Result<AtspiObject> parentOf(const AtspiSubject& subject) {
-  const Result<const RoleRow*> row = roleOf(subject);
-  if (!row) {
-    return row.code;
-  }
-  if (row.value == &roleRow(roleApplication) || subject.object.path == AtspiObject::kRootPath) {
-    return ResultCode::noValue;
-  }
-  const AtspiAnswer& answer = subject.read(Fact::parent);
-  const auto* parent = answer.as<AtspiObject>();
-  if (!parent) {
-    return answer.code;
-  }
-  const bool isNone = parent->isNull() || *parent == subject.object;
-  return isNone ? Result<AtspiObject>(ResultCode::noValue) : Result<AtspiObject>(*parent);
-}
-
 Result<Value> readParent(const AtspiSubject& subject) {
   const Result<AtspiObject> parent = parentOf(subject);
   return parent ? Result<Value>(elementValue(subject.of(parent.value))) : Result<Value>(parent.code);
 }
 
 Result<Value> readChildren(const AtspiSubject& subject) {
-  const AtspiAnswer& answer = subject.read(Fact::children);
+  const AtspiAnswer& answer = subject.read(AtspiRequest::children);
   const auto* children = answer.as<std::vector<AtspiObject>>();
   return children ? elementsOf(subject, *children) : Result<Value>(answer.code);
 }
 
 Result<CGRect> frameOf(const AtspiSubject& subject) {
-  const AtspiAnswer& answer = subject.read(Fact::extents);
+  const AtspiAnswer& answer = subject.read(AtspiRequest::extents);
   if (answer.code == ResultCode::attributeUnsupported) {
     return ResultCode::noValue;
   }
@@ -301,7 +174,7 @@ Result<Value> readSize(const AtspiSubject& subject) {
 
 Result<Value> readWindow(const AtspiSubject& subject) {
   AtspiSubject current = subject;
-  for (int level = 0; level < kHighestWindow; ++level) {
+  for (int level = 0; level < kMaxWindowLevels; ++level) {
     const Result<std::string> role = roleName(current);
     if (!role) {
       return role.code;
@@ -325,10 +198,11 @@ Result<Value> readAddress(const AtspiSubject& subject) {
   }
   std::string address;
   if (row.value->role == "AXLink") {
-    if (const auto* link = subject.read(Fact::linkAddress).as<std::string>()) {
+    if (const auto* link = subject.read(AtspiRequest::linkAddress).as<std::string>()) {
       address = *link;
     }
-  } else if (const auto* attributes = subject.read(Fact::documentAttributes).as<std::map<std::string, std::string>>()) {
+  } else if (const auto* attributes =
+                 subject.read(AtspiRequest::documentAttributes).as<std::map<std::string, std::string>>()) {
     for (const char* key : {"DocURL", "URI", "URL"}) {
       if (const auto found = attributes->find(key); address.empty() && found != attributes->end()) {
         address = found->second;
@@ -338,12 +212,8 @@ Result<Value> readAddress(const AtspiSubject& subject) {
   return address.empty() ? Result<Value>(ResultCode::noValue) : Result<Value>(Value(port::Url{address}));
 }
 
-AtspiSubject applicationOf(const AtspiSubject& subject) {
-  return subject.of({subject.object.application, AtspiObject::kRootPath, subject.object.bus});
-}
-
 Result<Value> readMain(const AtspiSubject& subject) {
-  const auto main = mainWindow(applicationOf(subject));
+  const auto main = mainWindow(subject.application());
   return Value(main && *main == subject.object);
 }
 
@@ -353,13 +223,13 @@ Result<Value> readMainWindow(const AtspiSubject& subject) {
 }
 
 Result<Value> readWindows(const AtspiSubject& subject) {
-  const AtspiAnswer& answer = subject.read(Fact::children);
+  const AtspiAnswer& answer = subject.read(AtspiRequest::children);
   const auto* children = answer.as<std::vector<AtspiObject>>();
   if (!children) {
     return answer.code;
   }
   for (const AtspiObject& child : *children) {
-    subject.reader.ask(child, Fact::role);
+    subject.batch.prefetch(child, AtspiRequest::role);
   }
   std::vector<AtspiObject> windows;
   for (const AtspiObject& child : *children) {
@@ -372,8 +242,8 @@ Result<Value> readWindows(const AtspiSubject& subject) {
 }
 
 Result<Value> readFrontmost(const AtspiSubject& subject) {
-  const auto active = subject.accessibility.windows().activeWindow();
-  const auto pid = subject.accessibility.applications().processOf(subject.object, subject.reader, subject.seconds);
+  const auto active = subject.services().windows().activeWindow();
+  const auto pid = readProcess(subject.object, subject.batch, subject.seconds);
   return Value(active && pid && active->pid == pid);
 }
 
@@ -388,22 +258,22 @@ Result<Value> readProtected(const AtspiSubject& /*subject*/) { return Value(true
 constexpr AttributeRow kAttributes[] = {
     {"AXRole", Having::everything, readRole},
     {"AXSubrole", Having::everything, readSubrole},
-    {"AXRoleDescription", Having::everything, readText<Fact::roleName>},
-    {"AXTitle", Having::everything, readText<Fact::name>},
-    {"AXDescription", Having::everything, readText<Fact::description>},
-    {"AXHelp", Having::everything, readText<Fact::helpText>},
+    {"AXRoleDescription", Having::everything, readText<AtspiRequest::roleName>},
+    {"AXTitle", Having::everything, readText<AtspiRequest::name>},
+    {"AXDescription", Having::everything, readText<AtspiRequest::description>},
+    {"AXHelp", Having::everything, readText<AtspiRequest::helpText>},
     {"AXIdentifier", Having::everything, readIdentifier},
-    {"AXValue", Having::value, readValue},
-    {"AXMinValue", Having::range, readNumber<Fact::minimumValue, double>},
-    {"AXMaxValue", Having::range, readNumber<Fact::maximumValue, double>},
-    {"AXNumberOfCharacters", Having::text, readNumber<Fact::characterCount, std::int32_t>},
+    {"AXValue", Having::value, valueOf},
+    {"AXMinValue", Having::range, readNumber<AtspiRequest::minimumValue, double>},
+    {"AXMaxValue", Having::range, readNumber<AtspiRequest::maximumValue, double>},
+    {"AXNumberOfCharacters", Having::text, readNumber<AtspiRequest::characterCount, std::int32_t>},
     {"AXPlaceholderValue", Having::textField, readPlaceholder},
     {"AXContainsProtectedContent", Having::secret, readProtected},
     {"AXTitleUIElement", Having::element, readTitleElement},
     {"AXServesAsTitleForUIElements", Having::element, readTitledElements},
     {"AXParent", Having::element, readParent},
     {"AXChildren", Having::everything, readChildren},
-    {"AXIndex", Having::element, readNumber<Fact::indexInParent, std::int32_t>},
+    {"AXIndex", Having::element, readNumber<AtspiRequest::indexInParent, std::int32_t>},
     {"AXWindow", Having::element, readWindow},
     {"AXTopLevelUIElement", Having::element, readWindow},
     {"AXPosition", Having::element, readPosition},
@@ -422,8 +292,8 @@ constexpr AttributeRow kAttributes[] = {
     {"AXFocusedUIElement", Having::application, readFocusedElement},
     {"AXFrontmost", Having::application, readFrontmost},
     {"AXURL", Having::address, readAddress},
-    {"AXRowCount", Having::table, readNumber<Fact::rowCount, std::int32_t>},
-    {"AXColumnCount", Having::table, readNumber<Fact::columnCount, std::int32_t>},
+    {"AXRowCount", Having::table, readNumber<AtspiRequest::rowCount, std::int32_t>},
+    {"AXColumnCount", Having::table, readNumber<AtspiRequest::columnCount, std::int32_t>},
 };
 // clang-format on
 
@@ -458,124 +328,6 @@ bool hasAttribute(const RoleRow& row, const AttributeRow& attribute) {
 }
 
 }  // namespace
-
-Result<const RoleRow*> roleOf(const AtspiSubject& subject) {
-  const AtspiAnswer& answer = subject.read(Fact::role);
-  const auto* number = answer.as<std::uint32_t>();
-  return number ? Result<const RoleRow*>(&roleRow(*number)) : Result<const RoleRow*>(answer.code);
-}
-
-Result<std::string> roleName(const AtspiSubject& subject) {
-  const Result<const RoleRow*> row = roleOf(subject);
-  if (!row) {
-    return row.code;
-  }
-  switch (row.value->depends) {
-    case RoleDepends::no:
-      break;
-    case RoleDepends::multiLine: {
-      const auto* states = subject.read(Fact::states).as<AtspiStates>();
-      if (states && has(*states, stateMultiLine)) {
-        return std::string("AXTextArea");
-      }
-      break;
-    }
-    case RoleDepends::webRole:
-      if (!objectAttribute(subject, {"xml-roles"}).empty()) {
-        return std::string("AXGroup");
-      }
-      break;
-  }
-  return std::string(row.value->role);
-}
-
-std::optional<CGRect> frameFrom(const AtspiAnswer& extents) {
-  constexpr double kNowhere = std::numeric_limits<std::int32_t>::min();
-  const auto* frame = extents.as<CGRect>();
-  const bool isNowhere = !frame || frame->size.width < 0 || frame->size.height < 0 || frame->origin.x == kNowhere ||
-                         frame->origin.y == kNowhere;
-  return isNowhere ? std::nullopt : std::optional(*frame);
-}
-
-std::optional<AtspiObject> mainWindow(const AtspiSubject& application) {
-  const auto windows = windowsOf(application.reader, application.object, application.seconds);
-  const auto pid =
-      application.accessibility.applications().processOf(application.object, application.reader, application.seconds);
-  if (!windows || !pid) {
-    return std::nullopt;
-  }
-  auto inFront = application.accessibility.windows().activeWindow();
-  if (!inFront || inFront->pid != pid) {
-    const auto stack = application.accessibility.windows().windows();
-    const auto top = std::find_if(stack.begin(), stack.end(), [&](const WindowStack::Window& window) {
-      return window.pid == pid && !window.overrideRedirect;
-    });
-    inFront = top == stack.end() ? std::nullopt : std::optional(*top);
-  }
-  if (inFront) {
-    if (const AtspiWindow* match = matchingWindow(windows.value, *inFront)) {
-      return match->object;
-    }
-  }
-  for (const AtspiWindow& window : windows.value) {
-    application.reader.ask(window.object, Fact::states);
-  }
-  for (const AtspiWindow& window : windows.value) {
-    const auto* states = application.of(window.object).read(Fact::states).as<AtspiStates>();
-    if (states && has(*states, stateActive)) {
-      return window.object;
-    }
-  }
-  return std::nullopt;
-}
-
-std::optional<AtspiObject> focusedObject(const AtspiSubject& application) {
-  const auto main = mainWindow(application);
-  if (!main) {
-    return std::nullopt;
-  }
-  struct Node {
-    AtspiObject object;
-    bool isBelowFocus;
-  };
-  std::vector<Node> level{{*main, false}};
-  std::optional<AtspiObject> focused;
-  bool isOnlyRow = false;
-  std::size_t searched = 0;
-  for (int depth = 0; depth < kDeepestFocus && !level.empty() && searched < kMostNodesSearched; ++depth) {
-    searched += level.size();
-    for (const Node& node : level) {
-      application.reader.ask(node.object, Fact::states);
-      application.reader.ask(node.object, Fact::children);
-    }
-    std::vector<Node> below;
-    for (const auto& [object, isBelowFocus] : level) {
-      const AtspiSubject subject = application.of(object);
-      const auto* states = subject.read(Fact::states).as<AtspiStates>();
-      if (!states || !has(*states, stateShowing)) {
-        continue;
-      }
-      bool isFocused = has(*states, stateFocused);
-      bool isRow = false;
-      if (isFocused && !isBelowFocus) {
-        // Some toolkits say so of every current tab, and of the current row of every list.
-        const Result<const RoleRow*> row = roleOf(subject);
-        isFocused = row && row.value->value != ValueSource::selected;
-        isRow = isFocused && (row.value->role == "AXRow" || row.value->role == "AXCell");
-      }
-      if (isFocused && (isBelowFocus || !focused || (isOnlyRow && !isRow))) {
-        focused = object;
-        isOnlyRow = isRow;
-      }
-      const auto* children = subject.read(Fact::children).as<std::vector<AtspiObject>>();
-      for (const AtspiObject& child : children ? *children : std::vector<AtspiObject>()) {
-        below.push_back({child, isBelowFocus || isFocused});
-      }
-    }
-    level = std::move(below);
-  }
-  return focused;
-}
 
 Result<std::vector<std::string>> attributeNames(const AtspiSubject& subject) {
   const Result<const RoleRow*> row = roleOf(subject);

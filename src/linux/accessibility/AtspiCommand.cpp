@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "linux/accessibility/AtspiAttributes.h"
 #include "linux/system/MonotonicTime.h"
 
 namespace zqlogging {
@@ -20,7 +21,7 @@ struct NamedAction {
 };
 
 Result<std::vector<NamedAction>> namedActions(const AtspiSubject& subject) {
-  const AtspiAnswer& answer = subject.read(Fact::actions);
+  const AtspiAnswer& answer = subject.read(AtspiRequest::actions);
   if (answer.code == ResultCode::attributeUnsupported) {
     return std::vector<NamedAction>();
   }
@@ -56,11 +57,11 @@ Result<NamedAction> namedAction(const AtspiSubject& subject, const std::string& 
 template <class... Arguments>
 ResultCode run(const AtspiSubject& subject, const char* interface, const char* member, const char* types,
                Arguments... arguments) {
-  AtspiLink* link = subject.reader.link();
+  AtspiLink* link = subject.batch.link();
   if (!link) {
     return ResultCode::apiDisabled;
   }
-  if (subject.object.isNull() || subject.object.bus != subject.reader.busNumber()) {
+  if (subject.object.isNull() || subject.object.bus != subject.batch.busNumber()) {
     return ResultCode::invalidUIElement;
   }
   sd_bus_message* message = nullptr;
@@ -87,7 +88,7 @@ ResultCode run(const AtspiSubject& subject, const char* interface, const char* m
 }
 
 bool hasInterface(const AtspiSubject& subject, std::string_view name) {
-  const auto* interfaces = subject.read(Fact::interfaces).as<std::vector<std::string>>();
+  const auto* interfaces = subject.read(AtspiRequest::interfaces).as<std::vector<std::string>>();
   return interfaces && std::find(interfaces->begin(), interfaces->end(), name) != interfaces->end();
 }
 
@@ -96,7 +97,7 @@ constexpr const char* kEditableTextInterface = "org.a11y.atspi.EditableText";
 constexpr const char* kComponentInterface = "org.a11y.atspi.Component";
 
 bool isFocusable(const AtspiSubject& subject) {
-  const auto* states = subject.read(Fact::states).as<AtspiStates>();
+  const auto* states = subject.read(AtspiRequest::states).as<AtspiStates>();
   return states && has(*states, stateFocusable) && hasInterface(subject, kComponentInterface);
 }
 

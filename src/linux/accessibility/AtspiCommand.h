@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "linux/accessibility/AtspiAttributes.h"
+#include "linux/accessibility/AtspiSubject.h"
 
 namespace zqlogging {
 

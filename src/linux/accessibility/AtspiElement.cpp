@@ -4,6 +4,7 @@
 
 #include "linux/accessibility/AtspiAttributes.h"
 #include "linux/accessibility/AtspiCommand.h"
+#include "linux/atspi/AtspiProcesses.h"
 
 namespace zqlogging {
 
@@ -37,8 +38,8 @@ std::string AtspiElement::textForm() const { return "<" + object_.application + 
 
 template <class Use>
 auto AtspiElement::withSubject(Use use) const {
-  return accessibility().withReader([&](AtspiReader& reader) {
-    return use(AtspiSubject{accessibility(), reader, object_, timeout()});
+  return services().withBatch([&](AtspiBatch& batch) {
+    return use(AtspiSubject{elements(), batch, object_, timeout()});
   });
 }
 
@@ -64,9 +65,9 @@ ResultCode AtspiElement::setAttributeValue(const std::string& attribute, const V
 
 Result<Value> AtspiElement::copyAttributeValue(const std::string& attribute) const {
   return withSubject([&](const AtspiSubject& subject) {
-    const bool inScope = accessibility().openReader() != nullptr;
-    if (inScope && isDescriptive(attribute) && !subject.reader.isWanted(object_)) {
-      subject.reader.want(object_, AtspiReader::wantsName | AtspiReader::wantsStep | AtspiReader::wantsValue);
+    const bool inScope = services().openBatch() != nullptr;
+    if (inScope && isDescriptive(attribute) && !subject.batch.isPrefetched(object_)) {
+      subject.batch.prefetchFor(object_, needName | needStep | needValue);
     }
     return attributeValue(subject, attribute);
   });
@@ -80,17 +81,17 @@ Result<Array> AtspiElement::copyAttributeValues(const std::string& attribute, st
   if (index < 0 || maxValues < 0) {
     return ResultCode::illegalArgument;
   }
-  return accessibility().withReader([&](AtspiReader& reader) -> Result<Array> {
-    constexpr std::int64_t kMost = INT32_MAX / 2;
-    const AtspiAnswer part = reader.readChildren(object_, static_cast<int>(std::min(index, kMost)),
-                                                 static_cast<int>(std::min(maxValues, kMost)), timeout());
+  return services().withBatch([&](AtspiBatch& batch) -> Result<Array> {
+    constexpr std::int64_t kMaxIndex = INT32_MAX / 2;
+    const AtspiAnswer part = batch.readChildren(object_, static_cast<int>(std::min(index, kMaxIndex)),
+                                                static_cast<int>(std::min(maxValues, kMaxIndex)), timeout());
     const auto* children = part.as<std::vector<AtspiObject>>();
     if (!children) {
       return part.code;
     }
     Array array;
     for (const AtspiObject& child : *children) {
-      array.emplace_back(accessibility().elementFor(child, reader));
+      array.emplace_back(elements().object(child, batch));
     }
     return array;
   });
@@ -100,16 +101,16 @@ Result<std::int64_t> AtspiElement::getAttributeValueCount(const std::string& att
   if (attribute != "AXChildren") {
     return LinuxElement::getAttributeValueCount(attribute);
   }
-  return accessibility().withReader([&](AtspiReader& reader) -> Result<std::int64_t> {
-    const AtspiAnswer& answer = reader.read(object_, Fact::childCount, timeout());
+  return services().withBatch([&](AtspiBatch& batch) -> Result<std::int64_t> {
+    const AtspiAnswer& answer = batch.read(object_, AtspiRequest::childCount, timeout());
     const auto* count = answer.as<std::int32_t>();
     return count ? Result<std::int64_t>(*count) : Result<std::int64_t>(answer.code);
   });
 }
 
 Result<std::int32_t> AtspiElement::getPid() const {
-  return accessibility().withReader([&](AtspiReader& reader) -> Result<std::int32_t> {
-    const auto pid = accessibility().applications().processOf(object_, reader, timeout());
+  return services().withBatch([&](AtspiBatch& batch) -> Result<std::int32_t> {
+    const auto pid = readProcess(object_, batch, timeout());
     return pid ? Result<std::int32_t>(*pid) : Result<std::int32_t>(ResultCode::invalidUIElement);
   });
 }

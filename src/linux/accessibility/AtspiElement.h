@@ -7,8 +7,8 @@ namespace zqlogging {
 /// The element of an object of the accessibility bus.
 class AtspiElement : public LinuxElement {
  public:
-  AtspiElement(LinuxAccessibility& accessibility, AtspiObject object)
-      : LinuxElement(accessibility), object_(std::move(object)) {}
+  AtspiElement(const ElementFactory& elements, AtspiObject object)
+      : LinuxElement(elements), object_(std::move(object)) {}
 
   [[nodiscard]] const AtspiObject& object() const { return object_; }
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "linux/accessibility/AtspiAttributes.h"
 #include "linux/accessibility/AtspiElement.h"
+#include "linux/accessibility/AtspiFocus.h"
 
 namespace zqlogging {
 
@@ -22,7 +22,7 @@ struct AtspiObserver::Registration {
 
 /// Shared with the handlers, one of which may be running when the observer goes.
 struct AtspiObserver::State {
-  LinuxAccessibility& accessibility;
+  const ElementFactory& elements;
   std::int32_t pid = 0;
   port::NotificationCallback callback;
   std::atomic<bool> active = true;
@@ -46,8 +46,7 @@ bool isMainWindow(const AtspiSubject& window) {
   if (row.value->subrole == "AXStandardWindow" || row.value->subrole == "AXDialog") {
     return true;
   }
-  return row.value->role == "AXWindow" &&
-         mainWindow(window.of({window.object.application, AtspiObject::kRootPath, window.object.bus})) == window.object;
+  return row.value->role == "AXWindow" && mainWindow(window.application()) == window.object;
 }
 
 bool isSupported(const std::string& notification) {
@@ -57,8 +56,8 @@ bool isSupported(const std::string& notification) {
 
 }  // namespace
 
-AtspiObserver::AtspiObserver(LinuxAccessibility& accessibility, std::int32_t pid, port::NotificationCallback callback)
-    : state_(new State{.accessibility = accessibility, .pid = pid, .callback = std::move(callback)}) {}
+AtspiObserver::AtspiObserver(const ElementFactory& elements, std::int32_t pid, port::NotificationCallback callback)
+    : state_(new State{.elements = elements, .pid = pid, .callback = std::move(callback)}) {}
 
 AtspiObserver::~AtspiObserver() {
   state_->active = false;
@@ -78,7 +77,7 @@ void AtspiObserver::hookIntoCurrentLoop() {
     return;
   }
   state_->thread = std::this_thread::get_id();
-  state_->events = state_->accessibility.eventsOfCurrentLoop();
+  state_->events = state_->elements.services().eventsOfCurrentLoop();
   for (const auto& registration : state_->registrations) {
     listen(state_, registration);
   }
@@ -113,9 +112,9 @@ ResultCode AtspiObserver::addNotification(const port::Element& element, const st
   registration->notification = notification;
   if (const auto* object = dynamic_cast<const AtspiElement*>(&element)) {
     registration->object = object->object();
-    registration->element = std::make_shared<AtspiElement>(state_->accessibility, object->object());
+    registration->element = std::make_shared<AtspiElement>(state_->elements, object->object());
   } else {
-    registration->element = state_->accessibility.createApplicationElement(state_->pid);
+    registration->element = state_->elements.application(state_->pid);
   }
   state_->registrations.push_back(registration);
   if (state_->events) {
@@ -133,9 +132,10 @@ ResultCode AtspiObserver::removeNotification(const port::Element& element, const
 
 void AtspiObserver::listen(const std::shared_ptr<State>& state, const std::shared_ptr<Registration>& registration) {
   state->events->connect();
-  LinuxAccessibility& accessibility = state->accessibility;
-  const auto roots = accessibility.withReader(
-      [&](AtspiReader& reader) { return accessibility.rootsOf(state->pid, reader, accessibility.messagingTimeout()); });
+  const ElementFactory& elements = state->elements;
+  const auto roots = elements.services().withBatch([&](AtspiBatch& batch) {
+    return elements.services().readRootsOf(state->pid, batch, elements.services().messagingTimeout());
+  });
   const bool isAboutMainWindow = registration->notification == kMainWindowChanged;
   std::vector<std::string> senders;
   for (const AtspiObject& root : roots) {
@@ -170,21 +170,21 @@ void AtspiObserver::deliver(State& state, Registration& registration, const Atsp
   if (registration.object && registration.object != source) {
     return;
   }
-  LinuxAccessibility& accessibility = state.accessibility;
+  const ElementFactory& elements = state.elements;
   const std::string notification = registration.notification;
   const bool isChange = notification == kMainWindowChanged || notification == kFocusChanged;
   if (isChange && registration.last == source) {
     return;  // toolkits repeat themselves
   }
-  const ElementRef element = accessibility.withReader([&](AtspiReader& reader) -> ElementRef {
-    const AtspiSubject subject{accessibility, reader, source, accessibility.messagingTimeout()};
+  const ElementRef element = elements.services().withBatch([&](AtspiBatch& batch) -> ElementRef {
+    const AtspiSubject subject{elements, batch, source, elements.services().messagingTimeout()};
     if (notification == kMainWindowChanged && !isMainWindow(subject)) {
       return nullptr;
     }
     if (notification.starts_with("AXApplication")) {
-      return accessibility.createApplicationElement(state.pid);
+      return elements.application(state.pid);
     }
-    return accessibility.elementFor(source, reader);
+    return elements.object(source, batch);
   });
   if (!element) {
     return;
@@ -203,9 +203,9 @@ void AtspiObserver::noteMainWindow(State& state, Registration& registration, con
   if (registration.knowsMainWindow) {
     return;
   }
-  LinuxAccessibility& accessibility = state.accessibility;
-  registration.last = accessibility.withReader([&](AtspiReader& reader) {
-    return mainWindow({accessibility, reader, root, accessibility.messagingTimeout()});
+  const ElementFactory& elements = state.elements;
+  registration.last = elements.services().withBatch([&](AtspiBatch& batch) {
+    return mainWindow({elements, batch, root, elements.services().messagingTimeout()});
   });
   registration.knowsMainWindow = registration.last.has_value();
 }
@@ -215,9 +215,9 @@ void AtspiObserver::deliverPresentFocus(State& state, Registration& registration
   if (registration.last) {
     return;  // it has been heard of since
   }
-  LinuxAccessibility& accessibility = state.accessibility;
-  const auto focused = accessibility.withReader([&](AtspiReader& reader) {
-    return focusedObject({accessibility, reader, root, accessibility.messagingTimeout()});
+  const ElementFactory& elements = state.elements;
+  const auto focused = elements.services().withBatch([&](AtspiBatch& batch) {
+    return focusedObject({elements, batch, root, elements.services().messagingTimeout()});
   });
   if (focused) {
     deliver(state, registration, *focused);

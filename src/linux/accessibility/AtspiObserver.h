@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "linux/accessibility/LinuxAccessibility.h"
+#include "linux/accessibility/ElementFactory.h"
 #include "linux/atspi/AtspiEvents.h"
 
 namespace zqlogging {
@@ -15,7 +15,7 @@ namespace zqlogging {
 /// delivery at once and leaves the rest to the thread that hooked it.
 class AtspiObserver : public port::NotificationObserver {
  public:
-  AtspiObserver(LinuxAccessibility& accessibility, std::int32_t pid, port::NotificationCallback callback);
+  AtspiObserver(const ElementFactory& elements, std::int32_t pid, port::NotificationCallback callback);
   AtspiObserver(const AtspiObserver&) = delete;
   AtspiObserver& operator=(const AtspiObserver&) = delete;
   ~AtspiObserver() override;

@@ -23,11 +23,11 @@ Result<Value> DesktopElement::copyAttributeValue(const std::string& attribute) c
   if (attribute != "AXFocusedApplication" && attribute != "AXFocusedUIElement") {
     return ResultCode::attributeUnsupported;
   }
-  const auto active = accessibility().windows().activeWindow();
+  const auto active = services().windows().activeWindow();
   if (!active || !active->pid) {
     return ResultCode::noValue;
   }
-  const port::ElementRef application = accessibility().createApplicationElement(*active->pid);
+  const port::ElementRef application = elements().application(*active->pid);
   if (attribute == "AXFocusedApplication") {
     return Value(application);
   }
@@ -40,12 +40,12 @@ ResultCode DesktopElement::setMessagingTimeout(float seconds) const {
   if (!(seconds >= 0)) {
     return ResultCode::illegalArgument;
   }
-  accessibility().setMessagingTimeout(seconds);
+  services().setMessagingTimeout(seconds);
   return ResultCode::success;
 }
 
 Result<port::ElementRef> DesktopElement::copyElementAtPosition(float x, float y) const {
-  return elementAtPoint(accessibility(), x, y, std::nullopt, timeout());
+  return elementAtPoint(elements(), x, y, std::nullopt, timeout());
 }
 
 }  // namespace zqlogging

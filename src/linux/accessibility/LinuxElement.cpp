@@ -14,7 +14,7 @@ using port::Value;
 
 double LinuxElement::timeout() const {
   const float own = timeout_;
-  return own > 0 ? own : accessibility_.messagingTimeout();
+  return own > 0 ? own : services().messagingTimeout();
 }
 
 ResultCode LinuxElement::setMessagingTimeout(float seconds) const {
@@ -76,7 +76,7 @@ ResultCode LinuxElement::setAttributeValue(const std::string& /*attribute*/, con
 }
 
 Result<std::vector<Value>> LinuxElement::copyMultipleAttributeValues(const std::vector<std::string>& attributes) const {
-  const auto scope = accessibility_.openReadScope();
+  const auto scope = services().openReadScope();
   std::vector<Value> values;
   for (const std::string& attribute : attributes) {
     Result<Value> value = copyAttributeValue(attribute);
@@ -105,7 +105,7 @@ Result<port::ElementRef> LinuxElement::copyElementAtPosition(float x, float y) c
   if (!pid) {
     return pid.code;
   }
-  return elementAtPoint(accessibility_, x, y, pid.value, timeout());
+  return elementAtPoint(elements_, x, y, pid.value, timeout());
 }
 
 }  // namespace zqlogging

@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "linux/accessibility/LinuxAccessibility.h"
+#include "linux/accessibility/ElementFactory.h"
 #include "platform/Accessibility.h"
 
 namespace zqlogging {
@@ -10,9 +10,9 @@ namespace zqlogging {
 /// What the elements of this desktop share; whatever a kind of element doesn't have is answered here.
 class LinuxElement : public port::Element {
  public:
-  explicit LinuxElement(LinuxAccessibility& accessibility) : accessibility_(accessibility) {}
+  explicit LinuxElement(const ElementFactory& elements) : elements_(elements) {}
 
-  [[nodiscard]] port::Platform& platform() const override { return accessibility_.platform(); }
+  [[nodiscard]] port::Platform& platform() const override { return services().platform(); }
 
   [[nodiscard]] port::Result<std::vector<std::string>> copyParameterizedAttributeNames() const override;
   [[nodiscard]] port::Result<std::vector<std::string>> copyActionNames() const override;
@@ -31,12 +31,13 @@ class LinuxElement : public port::Element {
   [[nodiscard]] port::Result<port::ElementRef> copyElementAtPosition(float x, float y) const override;
 
  protected:
-  [[nodiscard]] LinuxAccessibility& accessibility() const { return accessibility_; }
+  [[nodiscard]] const ElementFactory& elements() const { return elements_; }
+  [[nodiscard]] AtspiServices& services() const { return elements_.services(); }
   /// Seconds to wait for an answer.
   [[nodiscard]] double timeout() const;
 
  private:
-  LinuxAccessibility& accessibility_;
+  const ElementFactory& elements_;
   mutable std::atomic<float> timeout_ = 0;
 };
 

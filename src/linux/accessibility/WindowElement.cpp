@@ -6,14 +6,8 @@ using port::Result;
 using port::ResultCode;
 using port::Value;
 
-port::ElementRef WindowElement::at(const CGPoint& point, LinuxAccessibility& accessibility,
-                                   const WindowStack::Window& window) {
-  const bool inside = window.type == WindowStack::Type::other && window.clientFrame.contains(point);
-  return std::make_shared<WindowElement>(accessibility, window, inside ? Part::contents : Part::window);
-}
-
 port::ElementRef WindowElement::sibling(Part part) const {
-  return std::make_shared<WindowElement>(accessibility(), window_, part);
+  return std::make_shared<WindowElement>(elements(), window_, part);
 }
 
 bool WindowElement::isEqual(const Element& other) const {
@@ -56,7 +50,7 @@ Result<Value> WindowElement::valueOfContents(const std::string& attribute) const
   if (!isFrame) {
     return ResultCode::attributeUnsupported;
   }
-  const auto now = accessibility().windows().window(window_.client);
+  const auto now = services().windows().window(window_.client);
   if (!now) {
     return ResultCode::invalidUIElement;
   }
@@ -79,7 +73,7 @@ Result<Value> WindowElement::copyAttributeValue(const std::string& attribute) co
     if (!window_.pid) {
       return ResultCode::noValue;
     }
-    return Value(accessibility().createApplicationElement(*window_.pid));
+    return Value(elements().application(*window_.pid));
   }
   if (attribute == "AXChildren") {
     return Value(port::Array{sibling(Part::contents)});
@@ -91,7 +85,7 @@ Result<Value> WindowElement::copyAttributeValue(const std::string& attribute) co
     return Value(sibling(Part::window));
   }
   if (attribute == "AXMain" || attribute == "AXFocused") {
-    const auto active = accessibility().windows().activeWindow();
+    const auto active = services().windows().activeWindow();
     return Value(active && active->id == window_.id);
   }
   const bool isKnown = attribute == "AXSubrole" || attribute == "AXTitle" || attribute == "AXPosition" ||
@@ -100,7 +94,7 @@ Result<Value> WindowElement::copyAttributeValue(const std::string& attribute) co
     return ResultCode::attributeUnsupported;
   }
 
-  const auto now = accessibility().windows().window(window_.client);
+  const auto now = services().windows().window(window_.client);
   if (!now) {
     return ResultCode::invalidUIElement;
   }

@@ -8,12 +8,8 @@ namespace zqlogging {
 class WindowElement : public LinuxElement {
  public:
   enum class Part { window, contents };
-  WindowElement(LinuxAccessibility& accessibility, WindowStack::Window window, Part part = Part::window)
-      : LinuxElement(accessibility), window_(std::move(window)), part_(part) {}
-
-  /// The part of the window at a screen point.
-  static port::ElementRef at(const CGPoint& point, LinuxAccessibility& accessibility,
-                             const WindowStack::Window& window);
+  WindowElement(const ElementFactory& elements, WindowStack::Window window, Part part = Part::window)
+      : LinuxElement(elements), window_(std::move(window)), part_(part) {}
 
   [[nodiscard]] bool isEqual(const Element& other) const override;
   [[nodiscard]] std::size_t hash() const override { return window_.id + static_cast<std::size_t>(part_); }

@@ -17,6 +17,10 @@ struct AtspiObject {
   static constexpr const char* kRegistryName = "org.a11y.atspi.Registry";
 
   [[nodiscard]] bool isNull() const { return path.empty() || path.ends_with("/null"); }
+  /// Whether it stands for its application as a whole.
+  [[nodiscard]] bool isRoot() const { return path == kRootPath; }
+  /// What stands for the object's application. Toolkits may list another object as well.
+  [[nodiscard]] AtspiObject root() const { return {application, kRootPath, bus}; }
   friend bool operator==(const AtspiObject&, const AtspiObject&) = default;
 };
 

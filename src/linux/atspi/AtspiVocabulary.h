@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "linux/atspi/AtspiFact.h"
+#include "linux/atspi/AtspiRequest.h"
 
 namespace zqlogging {
 

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "linux/accessibility/LinuxAccessibility.h"
+#include "linux/atspi/AtspiProcesses.h"
 #include "linux/session/ApplicationIdentity.h"
 #include "linux/session/SystemNotifications.h"
 #include "linux/system/LinuxLogs.h"
@@ -195,10 +196,9 @@ std::vector<LinuxWorkspace::ClientWindow> LinuxWorkspace::clientWindows() {
 
 std::vector<std::int32_t> LinuxWorkspace::processesOnAccessibilityBus() {
   std::vector<std::int32_t> pids;
-  accessibility_.withReader([&](AtspiReader& reader) {
-    AtspiApplications& applications = accessibility_.applications();
-    for (const AtspiObject& root : applications.all(reader, kRegistrySeconds)) {
-      if (const auto pid = applications.processOf(root, reader, kRegistrySeconds)) {
+  accessibility_.services().withBatch([&](AtspiBatch& batch) {
+    for (const AtspiObject& root : readAllRoots(batch, kRegistrySeconds)) {
+      if (const auto pid = readProcess(root, batch, kRegistrySeconds)) {
         pids.push_back(*pid);
       }
     }
@@ -317,7 +317,7 @@ void LinuxWorkspace::adjustSources() {
   if (activation && !activeWindow_ && !activatedWindows_) {
     activePid_ = 0;
     activeWindow_ = ActiveWindowWatch::start([this](xcb_window_t window) {
-      if (const auto pid = accessibility_.windows().pidOfWindow(window)) {
+      if (const auto pid = accessibility_.services().windows().pidOfWindow(window)) {
         applicationActivated(*pid);
       }
     });

@@ -1,4 +1,4 @@
-#include "linux/atspi/AtspiFact.h"
+#include "linux/atspi/AtspiRequest.h"
 
 #include <array>
 #include <cstring>
@@ -13,7 +13,7 @@ constexpr const char* kPropertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr const char* kAccessible = "org.a11y.atspi.Accessible";
 constexpr const char* kComponent = "org.a11y.atspi.Component";
 constexpr const char* kText = "org.a11y.atspi.Text";
-constexpr const char* value = "org.a11y.atspi.Value";
+constexpr const char* kValue = "org.a11y.atspi.Value";
 constexpr const char* kDocument = "org.a11y.atspi.Document";
 constexpr const char* kHyperlink = "org.a11y.atspi.Hyperlink";
 constexpr const char* kSelection = "org.a11y.atspi.Selection";
@@ -25,49 +25,49 @@ constexpr std::uint32_t kScreenCoordinates = 0;
 
 enum class Access { property, method };
 
-struct FactCall {
-  Fact fact;
+struct RequestCall {
+  AtspiRequest request;
   const char* interface;
   Access access;
   const char* member;
   const char* signature;  // of the value
 };
 
-constexpr std::array<FactCall, kFactCount> kCalls = {{
-    {Fact::role, kAccessible, Access::method, "GetRole", "u"},
-    {Fact::name, kAccessible, Access::property, "Name", "s"},
-    {Fact::description, kAccessible, Access::property, "Description", "s"},
-    {Fact::helpText, kAccessible, Access::property, "HelpText", "s"},
-    {Fact::accessibleId, kAccessible, Access::property, "AccessibleId", "s"},
-    {Fact::roleName, kAccessible, Access::method, "GetLocalizedRoleName", "s"},
-    {Fact::parent, kAccessible, Access::property, "Parent", "(so)"},
-    {Fact::childCount, kAccessible, Access::property, "ChildCount", "i"},
-    {Fact::children, kAccessible, Access::method, "GetChildren", "a(so)"},
-    {Fact::childAt, kAccessible, Access::method, "GetChildAtIndex", "(so)"},
-    {Fact::states, kAccessible, Access::method, "GetState", "au"},
-    {Fact::interfaces, kAccessible, Access::method, "GetInterfaces", "as"},
-    {Fact::objectAttributes, kAccessible, Access::method, "GetAttributes", "a{ss}"},
-    {Fact::relations, kAccessible, Access::method, "GetRelationSet", "a(ua(so))"},
-    {Fact::extents, kComponent, Access::method, "GetExtents", "(iiii)"},
-    {Fact::atPoint, kComponent, Access::method, "GetAccessibleAtPoint", "(so)"},
-    {Fact::text, kText, Access::method, "GetText", "s"},
-    {Fact::characterCount, kText, Access::property, "CharacterCount", "i"},
-    {Fact::currentValue, value, Access::property, "CurrentValue", "d"},
-    {Fact::minimumValue, value, Access::property, "MinimumValue", "d"},
-    {Fact::maximumValue, value, Access::property, "MaximumValue", "d"},
-    {Fact::documentAttributes, kDocument, Access::method, "GetAttributes", "a{ss}"},
-    {Fact::linkAddress, kHyperlink, Access::method, "GetURI", "s"},
-    {Fact::selectedChild, kSelection, Access::method, "GetSelectedChild", "(so)"},
-    {Fact::rowCount, kTable, Access::property, "NRows", "i"},
-    {Fact::columnCount, kTable, Access::property, "NColumns", "i"},
-    {Fact::actions, kAction, Access::method, "GetActions", "a(sss)"},
-    {Fact::indexInParent, kAccessible, Access::method, "GetIndexInParent", "i"},
-    {Fact::processId, kDaemon, Access::method, "GetConnectionUnixProcessID", "u"},
+constexpr std::array<RequestCall, kRequestCount> kCalls = {{
+    {AtspiRequest::role, kAccessible, Access::method, "GetRole", "u"},
+    {AtspiRequest::name, kAccessible, Access::property, "Name", "s"},
+    {AtspiRequest::description, kAccessible, Access::property, "Description", "s"},
+    {AtspiRequest::helpText, kAccessible, Access::property, "HelpText", "s"},
+    {AtspiRequest::accessibleId, kAccessible, Access::property, "AccessibleId", "s"},
+    {AtspiRequest::roleName, kAccessible, Access::method, "GetLocalizedRoleName", "s"},
+    {AtspiRequest::parent, kAccessible, Access::property, "Parent", "(so)"},
+    {AtspiRequest::childCount, kAccessible, Access::property, "ChildCount", "i"},
+    {AtspiRequest::children, kAccessible, Access::method, "GetChildren", "a(so)"},
+    {AtspiRequest::childAt, kAccessible, Access::method, "GetChildAtIndex", "(so)"},
+    {AtspiRequest::states, kAccessible, Access::method, "GetState", "au"},
+    {AtspiRequest::interfaces, kAccessible, Access::method, "GetInterfaces", "as"},
+    {AtspiRequest::objectAttributes, kAccessible, Access::method, "GetAttributes", "a{ss}"},
+    {AtspiRequest::relations, kAccessible, Access::method, "GetRelationSet", "a(ua(so))"},
+    {AtspiRequest::extents, kComponent, Access::method, "GetExtents", "(iiii)"},
+    {AtspiRequest::atPoint, kComponent, Access::method, "GetAccessibleAtPoint", "(so)"},
+    {AtspiRequest::text, kText, Access::method, "GetText", "s"},
+    {AtspiRequest::characterCount, kText, Access::property, "CharacterCount", "i"},
+    {AtspiRequest::currentValue, kValue, Access::property, "CurrentValue", "d"},
+    {AtspiRequest::minimumValue, kValue, Access::property, "MinimumValue", "d"},
+    {AtspiRequest::maximumValue, kValue, Access::property, "MaximumValue", "d"},
+    {AtspiRequest::documentAttributes, kDocument, Access::method, "GetAttributes", "a{ss}"},
+    {AtspiRequest::linkAddress, kHyperlink, Access::method, "GetURI", "s"},
+    {AtspiRequest::selectedChild, kSelection, Access::method, "GetSelectedChild", "(so)"},
+    {AtspiRequest::rowCount, kTable, Access::property, "NRows", "i"},
+    {AtspiRequest::columnCount, kTable, Access::property, "NColumns", "i"},
+    {AtspiRequest::actions, kAction, Access::method, "GetActions", "a(sss)"},
+    {AtspiRequest::indexInParent, kAccessible, Access::method, "GetIndexInParent", "i"},
+    {AtspiRequest::processId, kDaemon, Access::method, "GetConnectionUnixProcessID", "u"},
 }};
 
 constexpr bool inOrder() {
   for (std::size_t i = 0; i < kCalls.size(); ++i) {
-    if (static_cast<std::size_t>(kCalls[i].fact) != i) {
+    if (static_cast<std::size_t>(kCalls[i].request) != i) {
       return false;
     }
   }
@@ -75,22 +75,23 @@ constexpr bool inOrder() {
 }
 static_assert(inOrder());
 
-const FactCall& callOf(Fact fact) { return kCalls[static_cast<std::size_t>(fact)]; }
+const RequestCall& callOf(AtspiRequest request) { return kCalls[static_cast<std::size_t>(request)]; }
 
-int appendArguments(sd_bus_message* message, Fact fact, const AtspiObject& object, const AtspiArguments& arguments) {
-  switch (fact) {
-    case Fact::childAt:
+int appendArguments(sd_bus_message* message, AtspiRequest request, const AtspiObject& object,
+                    const AtspiArguments& arguments) {
+  switch (request) {
+    case AtspiRequest::childAt:
       return sd_bus_message_append(message, "i", arguments.x);
-    case Fact::extents:
+    case AtspiRequest::extents:
       return sd_bus_message_append(message, "u", kScreenCoordinates);
-    case Fact::atPoint:
+    case AtspiRequest::atPoint:
       return sd_bus_message_append(message, "iiu", arguments.x, arguments.y, kScreenCoordinates);
-    case Fact::text:
+    case AtspiRequest::text:
       return sd_bus_message_append(message, "ii", 0, arguments.x);
-    case Fact::linkAddress:
-    case Fact::selectedChild:
+    case AtspiRequest::linkAddress:
+    case AtspiRequest::selectedChild:
       return sd_bus_message_append(message, "i", 0);
-    case Fact::processId:
+    case AtspiRequest::processId:
       return sd_bus_message_append(message, "s", object.application.c_str());
     default:
       return 0;
@@ -265,15 +266,15 @@ bool convert(AtspiAnswer::Value& from, std::string_view signature) {
 
 }  // namespace
 
-std::string_view requiredInterface(Fact fact) {
-  const std::string_view interface = callOf(fact).interface;
+std::string_view requiredInterface(AtspiRequest request) {
+  const std::string_view interface = callOf(request).interface;
   const bool always = interface == kAccessible || interface == kDaemon;
   return always ? std::string_view() : interface;
 }
 
-sd_bus_message* newCall(sd_bus* bus, Fact fact, const AtspiObject& object, const AtspiArguments& arguments) {
-  const FactCall& call = callOf(fact);
-  const bool toDaemon = fact == Fact::processId;
+sd_bus_message* newCall(sd_bus* bus, AtspiRequest request, const AtspiObject& object, const AtspiArguments& arguments) {
+  const RequestCall& call = callOf(request);
+  const bool toDaemon = request == AtspiRequest::processId;
   const bool property = call.access == Access::property;
   sd_bus_message* message = nullptr;
   if (sd_bus_message_new_method_call(bus, &message, toDaemon ? kDaemon : object.application.c_str(),
@@ -284,17 +285,17 @@ sd_bus_message* newCall(sd_bus* bus, Fact fact, const AtspiObject& object, const
   }
   sd_bus_message_set_auto_start(message, 0);
   const int appended = property ? sd_bus_message_append(message, "ss", call.interface, call.member)
-                                : appendArguments(message, fact, object, arguments);
+                                : appendArguments(message, request, object, arguments);
   return appended < 0 ? sd_bus_message_unref(message) : message;
 }
 
-AtspiAnswer readAnswer(sd_bus_message* reply, Fact fact, std::uint32_t bus) {
+AtspiAnswer readAnswer(sd_bus_message* reply, AtspiRequest request, std::uint32_t bus) {
   AtspiAnswer answer;
   if (sd_bus_message_is_method_error(reply, nullptr)) {
     answer.code = codeOf(*sd_bus_message_get_error(reply));
     return answer;
   }
-  const FactCall& call = callOf(fact);
+  const RequestCall& call = callOf(request);
   std::string_view signature = call.signature;
   if (call.access == Access::property) {
     // Toolkits disagree on the types of numbers.

@@ -18,7 +18,7 @@ namespace zqlogging {
 
 /// What can be asked about an accessible object, each with one D-Bus call. The order is that of the table in the
 /// source file.
-enum class Fact : std::uint8_t {
+enum class AtspiRequest : std::uint8_t {
   role,
   name,
   description,
@@ -49,7 +49,7 @@ enum class Fact : std::uint8_t {
   indexInParent,
   processId,
 };
-inline constexpr std::size_t kFactCount = static_cast<std::size_t>(Fact::processId) + 1;
+inline constexpr std::size_t kRequestCount = static_cast<std::size_t>(AtspiRequest::processId) + 1;
 
 struct AtspiRelation {
   std::uint32_t type;
@@ -76,19 +76,19 @@ struct AtspiAnswer {
   }
 };
 
-/// The numbers that some calls take.
+/// The numbers that some requests take.
 struct AtspiArguments {
   int x = 0, y = 0;  ///< atPoint: screen position; childAt: x is the index; text: x is the number of characters
 };
 
-/// The D-Bus interface that an object must have before the fact may be asked, or empty. Toolkits complain on their
-/// standard error, or worse, about a call to an interface that an object lacks.
-std::string_view requiredInterface(Fact fact);
+/// The D-Bus interface that an object must have before the request may be sent, or empty. Toolkits complain on standard
+/// error, or worse, about a call to an interface that an object lacks.
+std::string_view requiredInterface(AtspiRequest request);
 
-/// A new call message that asks for the fact; null when memory or the bus is out.
-sd_bus_message* newCall(sd_bus* bus, Fact fact, const AtspiObject& object, const AtspiArguments& arguments);
+/// A new call message for the request; null when memory or the bus is out.
+sd_bus_message* newCall(sd_bus* bus, AtspiRequest request, const AtspiObject& object, const AtspiArguments& arguments);
 
 /// Reads the answer out of a reply, errors included.
-AtspiAnswer readAnswer(sd_bus_message* reply, Fact fact, std::uint32_t bus);
+AtspiAnswer readAnswer(sd_bus_message* reply, AtspiRequest request, std::uint32_t bus);
 
 }  // namespace zqlogging
