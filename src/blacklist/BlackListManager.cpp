@@ -21,6 +21,11 @@ std::string withoutAppSuffixes(const std::string& process) {
   return pattern.append(process, from);
 }
 
+bool containsAny(const std::string& text, const std::vector<std::string>& names) {
+  return std::any_of(names.begin(), names.end(),
+                     [&](const std::string& name) { return text.find(name) != std::string::npos; });
+}
+
 }  // namespace
 
 BlackListManager::BlackListManager() : lists_(std::make_shared<const Lists>()) {}
@@ -28,13 +33,15 @@ BlackListManager::BlackListManager() : lists_(std::make_shared<const Lists>()) {
 void BlackListManager::setLists(std::vector<std::string> urls, const std::vector<std::string>& processes) {
   auto lists = std::make_shared<Lists>();
   for (const std::string& url : urls) {
-    if (std::string name = trimURL(url); !name.empty()) {
+    if (std::string name = trimURL(lowercased(url)); !name.empty()) {
       lists->urlNames.push_back(std::move(name));
+      lists->foldedUrlNames.push_back(trimURL(folded(url)));
     }
   }
   for (const std::string& process : processes) {
     std::string lower = lowercased(process);
     if (std::string pattern = withoutAppSuffixes(lower); !pattern.empty()) {
+      lists->foldedProcessPatterns.push_back(folded(pattern));
       lists->processPatterns.push_back(std::move(pattern));
     }
     lists->processes.push_back(std::move(lower));
@@ -50,8 +57,7 @@ std::shared_ptr<const BlackListManager::Lists> BlackListManager::lists() const {
   return lists_;
 }
 
-std::string BlackListManager::trimURL(const std::string& url) {
-  std::string name = lowercased(url);
+std::string BlackListManager::trimURL(std::string name) {
   for (const std::string_view scheme : {"https://", "http://"}) {
     if (name.starts_with(scheme)) {
       name.erase(0, scheme.size());
@@ -71,16 +77,20 @@ bool BlackListManager::isXPathBlackListed(const ZQXPath& path) const {
     return false;
   }
   const std::string fullPath = lowercased(path.fullPath);
-  const auto isIn = [](const std::string& text) {
-    return [&text](const std::string& name) { return text.find(name) != std::string::npos; };
-  };
-  const auto& patterns = current->processPatterns;
-  if (std::any_of(patterns.begin(), patterns.end(), isIn(fullPath))) {
-    return true;
-  }
-  const std::string page = trimURL(path.url);
-  const auto& names = current->urlNames;
-  return std::any_of(names.begin(), names.end(), isIn(page)) || std::any_of(names.begin(), names.end(), isIn(fullPath));
+  return containsAny(fullPath, current->processPatterns) ||
+         containsAny(trimURL(lowercased(path.url)), current->urlNames) || containsAny(fullPath, current->urlNames);
+}
+
+bool BlackListManager::listsPage(const std::string& url) const {
+  return containsAny(trimURL(folded(url)), lists()->foldedUrlNames);
+}
+
+bool BlackListManager::mentionsPage(const std::string& text) const {
+  return containsAny(folded(text), lists()->foldedUrlNames);
+}
+
+bool BlackListManager::listsProgram(const std::string& name) const {
+  return containsAny(folded(name), lists()->foldedProcessPatterns);
 }
 
 }  // namespace zqlogging

@@ -78,8 +78,8 @@ std::string ZQAccessibilityElement::listOfChildNames() const {
 
   std::string names;
   for (const port::ElementRef& element : elements) {
-    const std::string name = ZQAccessibilityElement(element).elementName(true);
-    if (name.empty()) {
+    const std::string name = ZQAccessibilityElement(element, guard_).elementName(true);
+    if (name.empty() || !guard_->mayBeListed(element)) {
       continue;
     }
     if (!names.empty()) {

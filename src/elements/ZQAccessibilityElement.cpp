@@ -31,14 +31,25 @@ std::string ZQAccessibilityElement::text(const std::string& attribute) const {
   return string == nullptr ? std::string() : validUtf8(std::move(*string));
 }
 
+std::string ZQAccessibilityElement::label(const std::string& attribute) const {
+  std::string label = text(attribute);
+  if (!label.empty() && guard_->tellingOf(elementRef_) == PrivacyGuard::Telling::nothing) {
+    label.clear();
+  }
+  return label;
+}
+
 std::string ZQAccessibilityElement::axValue() const {
   std::string value = text("AXValue");
-  return value.empty() || isSecureTextField() ? std::string() : value;
+  if (!value.empty() && !guard_->mayTellValue(elementRef_)) {
+    value.clear();
+  }
+  return value;
 }
 
 std::optional<std::int64_t> ZQAccessibilityElement::axIntValue() const {
   const auto answer = read("AXValue");
-  if (!answer) {
+  if (!answer || guard_->tellingOf(elementRef_) != PrivacyGuard::Telling::all) {
     return std::nullopt;
   }
   if (const auto* integer = std::get_if<std::int64_t>(&answer.value)) {
@@ -70,7 +81,7 @@ std::optional<ZQAccessibilityElement> ZQAccessibilityElement::value(const std::s
   if (element == nullptr || *element == nullptr) {
     return std::nullopt;
   }
-  return ZQAccessibilityElement(*element);
+  return ZQAccessibilityElement(*element, guard_);
 }
 
 CGRect ZQAccessibilityElement::frame() const {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,13 +11,15 @@
 
 #include "elements/ZQXPath.h"
 #include "platform/Accessibility.h"
+#include "privacy/PrivacyGuard.h"
 
 namespace zqlogging {
 
 struct IteratedElementData;
 
 /// One element as the path and naming code sees it. Made per event and dropped with it. Nothing here fails: what
-/// cannot be read is empty or absent. Each read waits for the element's application, at most its messaging time-out.
+/// cannot be read is empty or absent, and so is what its guard withholds. Each read waits for the element's
+/// application, at most its messaging time-out. Elements found through this one have the same guard.
 class ZQAccessibilityElement {
  public:
   static constexpr std::string_view axMenuItem = "AXMenuItem";
@@ -30,22 +33,24 @@ class ZQAccessibilityElement {
   /// Control types, in lower case, whose description is never a name.
   static constexpr std::array<std::string_view, 2> controlsToIgnoreDescription = {"image", "icon"};
 
-  explicit ZQAccessibilityElement(port::ElementRef elementRef) : elementRef_(std::move(elementRef)) {}
+  explicit ZQAccessibilityElement(port::ElementRef elementRef)
+      : ZQAccessibilityElement(std::move(elementRef), std::make_shared<PrivacyGuard>()) {}
+  ZQAccessibilityElement(port::ElementRef elementRef, std::shared_ptr<PrivacyGuard> guard)
+      : elementRef_(std::move(elementRef)), guard_(std::move(guard)) {}
 
   [[nodiscard]] const port::ElementRef& elementRef() const { return elementRef_; }
+  [[nodiscard]] const std::shared_ptr<PrivacyGuard>& guard() const { return guard_; }
 
   [[nodiscard]] std::string axRole() const { return text("AXRole"); }
-  [[nodiscard]] std::string axTitle() const { return text("AXTitle"); }
+  [[nodiscard]] std::string axTitle() const { return label("AXTitle"); }
   [[nodiscard]] std::string axIdentifier() const { return text("AXIdentifier"); }
-  [[nodiscard]] std::string axDescription() const { return text("AXDescription"); }
-  [[nodiscard]] std::string axPlaceHolder() const { return text("AXPlaceholderValue"); }
-  [[nodiscard]] std::string axHelp() const { return text("AXHelp"); }
-  /// Empty for a password field, whatever the application answers.
+  [[nodiscard]] std::string axDescription() const { return label("AXDescription"); }
+  [[nodiscard]] std::string axPlaceHolder() const { return label("AXPlaceholderValue"); }
+  [[nodiscard]] std::string axHelp() const { return label("AXHelp"); }
   [[nodiscard]] std::string axValue() const;
-  [[nodiscard]] std::string axUrl() const { return text("AXURL"); }
+  [[nodiscard]] std::string axUrl() const { return label("AXURL"); }
   /// AXValue when it is a number with an exact whole value.
   [[nodiscard]] std::optional<std::int64_t> axIntValue() const;
-  [[nodiscard]] bool isSecureTextField() const { return text("AXSubrole") == "AXSecureTextField"; }
 
   /// The attribute when it is of this kind: ZQAccessibilityElement, CGPoint, CGSize, bool or port::Array.
   template <class T>
@@ -75,6 +80,8 @@ class ZQAccessibilityElement {
 
   [[nodiscard]] port::Result<port::Value> read(const std::string& attribute) const;
   [[nodiscard]] std::string text(const std::string& attribute) const;
+  /// A text that says something of the element itself; empty where the guard withholds it.
+  [[nodiscard]] std::string label(const std::string& attribute) const;
   [[nodiscard]] std::optional<ZQAccessibilityElement> ancestorWithRole(std::string_view role) const;
   [[nodiscard]] std::string nameWithoutCycles(bool lookInDescription, std::vector<port::ElementRef>& visited) const;
   [[nodiscard]] Step pathItem(bool showEmpty, std::optional<std::uint64_t> eventType) const;
@@ -82,6 +89,7 @@ class ZQAccessibilityElement {
   [[nodiscard]] std::string listOfChildNames() const;
 
   port::ElementRef elementRef_;
+  std::shared_ptr<PrivacyGuard> guard_;
 };
 
 }  // namespace zqlogging

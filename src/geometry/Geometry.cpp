@@ -24,17 +24,27 @@ std::string wholeNumber(double value) {
 
 }  // namespace
 
-CGPoint carbonScreenPoint(CGPoint point, port::Workspace& workspace) {
-  std::optional<CGRect> chosen;
+std::optional<double> flipHeightAt(CGPoint point, port::Workspace& workspace) {
+  std::optional<double> height;
   for (const CGRect& screen : workspace.screens()) {
     if (screen.contains(point)) {
-      chosen = screen;
+      height = screen.size.height;
     }
   }
-  if (!chosen) {
-    return {};
-  }
-  return {point.x, chosen->size.height - point.y - 1};
+  return height;
+}
+
+CGPoint carbonScreenPoint(CGPoint point, port::Workspace& workspace) {
+  const auto height = flipHeightAt(point, workspace);
+  return height ? CGPoint{point.x, *height - point.y - 1} : CGPoint{};
+}
+
+bool intersects(CGRect a, CGRect b) {
+  const auto overlap = [](double from, double length, double otherFrom, double otherLength) {
+    return length > 0 && otherLength > 0 && from < otherFrom + otherLength && otherFrom < from + length;
+  };
+  return overlap(a.origin.x, a.size.width, b.origin.x, b.size.width) &&
+         overlap(a.origin.y, a.size.height, b.origin.y, b.size.height);
 }
 
 std::optional<CGPoint> wholePoint(CGPoint point) {

@@ -12,6 +12,12 @@ namespace zqlogging {
 /// (0, 0) for a point on no screen.
 CGPoint carbonScreenPoint(CGPoint point, port::Workspace& workspace);
 
+/// The height that flips points around this one (y becomes height - 1 - y); nothing for a point on no screen.
+std::optional<double> flipHeightAt(CGPoint point, port::Workspace& workspace);
+
+/// Whether two rectangles have some area in common.
+bool intersects(CGRect a, CGRect b);
+
 /// The point with both coordinates truncated toward zero; nothing when one is not finite or out of the 64-bit range.
 std::optional<CGPoint> wholePoint(CGPoint point);
 

@@ -34,6 +34,24 @@ CGRect intersection(CGRect a, CGRect b) {
   return right > left && top > bottom ? CGRect{{left, bottom}, {right - left, top - bottom}} : CGRect{};
 }
 
+/// Blackens a part (origin lower-left) of a picture whose top left corner is given.
+void paintOver(Bitmap& picture, CGRect part, CGPoint topLeft) {
+  if (isEmpty(part)) {
+    return;
+  }
+  const auto column = [&](double x) { return std::clamp(static_cast<int>(x - topLeft.x), 0, picture.width); };
+  const auto row = [&](double y) { return std::clamp(static_cast<int>(topLeft.y - y), 0, picture.height); };
+  const int first = column(std::floor(part.origin.x));
+  const int last = column(std::ceil(part.origin.x + part.size.width));
+  const int bottom = row(std::floor(part.origin.y));
+  for (int line = row(std::ceil(part.origin.y + part.size.height)); line < bottom; ++line) {
+    std::uint8_t* pixel = picture.pixels.data() +
+                          kBytesPerPixel * (static_cast<std::size_t>(line) * static_cast<std::size_t>(picture.width) +
+                                            static_cast<std::size_t>(first));
+    std::memset(pixel, 0, kBytesPerPixel * static_cast<std::size_t>(std::max(last - first, 0)));
+  }
+}
+
 }  // namespace
 
 Image::Image(PixelBuffer frame)
@@ -67,6 +85,12 @@ Image Image::translated(double dx, double dy) const {
   return result;
 }
 
+Image Image::covered(std::vector<CGRect> rects) const {
+  Image result = *this;
+  result.covers_ = std::move(rects);
+  return result;
+}
+
 Bitmap Image::render() const {
   if (!hasPixels(frame_) || isEmpty(extent_)) {
     return {};
@@ -83,6 +107,7 @@ Bitmap Image::render() const {
   result.height = static_cast<int>(height);
   result.pixels.resize(kBytesPerPixel * static_cast<std::size_t>(result.width) *
                        static_cast<std::size_t>(result.height));
+  const CGRect extent = {{left, top - height}, {width, height}};
   // The frame's pixel under the centre of the picture's; at the rounded-out edges the nearest one.
   const auto source = [](double position, double offset, double scale, int size) {
     const double index = std::floor((position - offset) / scale);
@@ -97,6 +122,11 @@ Bitmap Image::render() const {
       const int across = source(left + column + 0.5, offsetX_, scaleX_, frame_.width);
       std::memcpy(out, line + kBytesPerPixel * static_cast<std::size_t>(across), kBytesPerPixel);
     }
+  }
+  for (const CGRect& cover : covers_) {
+    const CGRect scaled = {{cover.origin.x * scaleX_ + offsetX_, cover.origin.y * scaleY_ + offsetY_},
+                           {cover.size.width * scaleX_, cover.size.height * scaleY_}};
+    paintOver(result, intersection(extent, scaled), {left, top});
   }
   return result;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "zqlogging/Geometry.h"
 #include "zqlogging/Pixels.h"
 
@@ -17,12 +19,15 @@ class Image {
   [[nodiscard]] Image cropped(CGRect rect) const;
   [[nodiscard]] Image scaled(double sx, double sy) const;
   [[nodiscard]] Image translated(double dx, double dy) const;
+  /// With these rectangles of the frame painted over.
+  [[nodiscard]] Image covered(std::vector<CGRect> rects) const;
 
   /// The pixels of the extent, rounded outward to whole pixels, top row first. The empty bitmap when there are none.
   [[nodiscard]] Bitmap render() const;
 
  private:
   PixelBuffer frame_;
+  std::vector<CGRect> covers_;
   CGRect extent_;
   double scaleX_ = 1, scaleY_ = 1, offsetX_ = 0, offsetY_ = 0;  // picture = frame × scale + offset
 };

@@ -18,6 +18,7 @@ struct RunningApplication {
   std::string description;                      ///< its text form, for diagnostics
   int activationPolicy = 0;                     ///< 0 regular, 1 accessory, 2 prohibited (background only)
   bool terminated = false;
+  std::string executable = {};  ///< file name of its program; empty where the desktop knows none
 };
 
 enum class NotificationName {
@@ -46,6 +47,8 @@ class Workspace {
   /// In the desktop's order.
   virtual std::vector<RunningApplication> runningApplications() = 0;
   virtual std::optional<RunningApplication> runningApplication(std::int32_t pid) = 0;
+  /// The process of the application in front, to which key presses go; nothing when that cannot be told.
+  virtual std::optional<std::int32_t> frontmostProcess() = 0;
   /// Screen frames, origin bottom-left, in the desktop's order.
   virtual std::vector<CGRect> screens() = 0;
   /// Delivers the notification on the main thread for as long as the result lives.

@@ -18,6 +18,9 @@ void ScriptedWorkspace::post(const Notification& notification) {
   std::vector<std::weak_ptr<const Handler>> called;
   {
     const std::lock_guard lock(mutex_);
+    if (notification.name == NotificationName::didActivateApplication) {
+      frontmost_ = notification.application ? std::optional(notification.application->pid) : std::nullopt;
+    }
     for (const auto& [name, handler] : handlers_) {
       if (name == notification.name) {
         called.push_back(handler);
@@ -30,6 +33,11 @@ void ScriptedWorkspace::post(const Notification& notification) {
       (*alive)(notification);
     }
   }
+}
+
+std::optional<std::int32_t> ScriptedWorkspace::frontmostProcess() {
+  const std::lock_guard lock(mutex_);
+  return frontmost_;
 }
 
 std::unique_ptr<Subscription> ScriptedWorkspace::subscribe(NotificationName name, Handler handler) {

@@ -22,6 +22,8 @@ class ScriptedWorkspace final : public Workspace {
 
   std::vector<RunningApplication> runningApplications() override { return desktop_.runningApplications(); }
   std::optional<RunningApplication> runningApplication(std::int32_t pid) override { return desktop_.application(pid); }
+  /// The application whose activation was posted last.
+  std::optional<std::int32_t> frontmostProcess() override;
   std::vector<CGRect> screens() override { return desktop_.screens(); }
   std::unique_ptr<Subscription> subscribe(NotificationName name,
                                           std::function<void(const Notification&)> handler) override;
@@ -31,6 +33,7 @@ class ScriptedWorkspace final : public Workspace {
 
   const ScriptedDesktop& desktop_;
   std::mutex mutex_;
+  std::optional<std::int32_t> frontmost_;
   std::vector<std::pair<NotificationName, std::weak_ptr<const Handler>>> handlers_;
 };
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -5,18 +6,16 @@
 #include "accessibility/SystemWideElement.h"
 #include "diagnostics/DeveloperTiers.h"
 #include "events/ZQLogEventType.h"
-#include "events/ZQUILogKeyboardEvent.h"
 #include "events/ZQUILogMouseEvent.h"
 #include "events/ZQUILogRemoteCommand.h"
 #include "geometry/Geometry.h"
+#include "privacy/ScreenCovers.h"
 #include "service/ServiceImpl.h"
 #include "text/Text.h"
 
 namespace zqlogging {
 namespace {
 
-/// The source value that marks an event injected by remote control.
-constexpr std::int64_t kRemoteSource = 1;
 /// Characters kept of a text that an application gives.
 constexpr std::size_t kRecordedTextLength = 256;
 
@@ -85,7 +84,7 @@ void ServiceImpl::handle(WorkItem& item) {
     perform([&] { ocr.prepare(); });
     return;
   }
-  const auto& event = std::get<ForwardedEvent>(item);
+  auto& event = std::get<ForwardedEvent>(item);
   perform([&] {
     const CGPoint screenPoint = carbonScreenPoint(event.point, platform->workspace());
     trace("ObjC.perform inside obtainReadableDataOfElement");
@@ -102,6 +101,7 @@ void ServiceImpl::handle(WorkItem& item) {
         break;
     }
   });
+  event.characters.wipe();
 }
 
 void ServiceImpl::processMouseEvent(const ForwardedEvent& event, CGPoint screenPoint) {
@@ -121,19 +121,28 @@ void ServiceImpl::processMouseEvent(const ForwardedEvent& event, CGPoint screenP
   if (hit == nullptr) {
     return;
   }
-  const ZQAccessibilityElement element(hit->element());
-  const std::string name = element.elementName(true);
-  ZQXPath path = element.xPath(includeSiblings, event.eventType);
-  if (blackListManager.isXPathBlackListed(path)) {
-    tellDelegate(
-        [&](ZQLoggerDelegate& host) { host.onBlackListed(name, path.fullPath, path.url, isDown(event.eventType)); });
+  const ZQAccessibilityElement element = guarded(hit->element());
+  auto described = describeUnlessBlackListed(element, includeSiblings, event.eventType, isDown(event.eventType));
+  if (!described) {
     return;
   }
+  auto& [name, path] = *described;
+  const auto showsAll = [](const ZQAccessibilityElement& each) {
+    return each.guard()->tellingOf(each.elementRef()) == PrivacyGuard::Telling::all;
+  };
+  bool mayBeRead = showsAll(element);
   const bool foundOnlyTheWindow = !path.pathItems.empty() && path.pathItems.front().role == "Window";
   if (foundOnlyTheWindow && iterateDOM) {
     if (const auto window = element.window()) {
       iterateDOMDepth = 0;
-      path = ZQAccessibilityElement::xPathUsingElements(iterateAllElements(*window, *point), includeSiblings);
+      const auto found = iterateAllElements(*window, *point);
+      auto pathOfFound = describeFoundUnlessBlackListed(found, name, isDown(event.eventType));
+      if (!pathOfFound) {
+        return;
+      }
+      path = std::move(*pathOfFound);
+      mayBeRead = mayBeRead && std::all_of(found.begin(), found.end(),
+                                           [&](const IteratedElementData& each) { return showsAll(each.e); });
     }
   }
   const bool isRemote = event.source == kRemoteSource;
@@ -142,16 +151,35 @@ void ServiceImpl::processMouseEvent(const ForwardedEvent& event, CGPoint screenP
     const std::lock_guard lock(mutex);
     frame = bufferForOcr;
   }
-  if (!frame) {
+  if (!frame || !mayBeRead) {
     appendMouseEvent(element, path, event.eventType, *point, name, isRemote, {}, {}, {});
     return;
   }
-  ocr.recognize(*frame, event.point,
+  const auto covers = [&](CGRect part) { return coversIn(part, event.point, *element.guard()); };
+  ocr.recognize(*frame, event.point, covers,
                 [&](const std::vector<ZQTextDetection>& texts, const std::vector<ZQRectangleDetection>& rectangles,
                     CGPoint recognizerPoint) {
                   appendMouseEvent(element, path, event.eventType, *point, name, isRemote, texts, rectangles,
                                    recognizerPoint);
                 });
+}
+
+std::optional<std::vector<CGRect>> ServiceImpl::coversIn(CGRect part, CGPoint point, PrivacyGuard& guard) const {
+  const auto height = flipHeightAt(point, platform->workspace());
+  if (!height) {
+    return std::nullopt;
+  }
+  const auto flipped = [&](CGRect rect) {
+    return CGRect{{rect.origin.x, *height - rect.origin.y - rect.size.height}, rect.size};
+  };
+  ScreenCovers covers = screenCoversIn(flipped(part), *platform, guard, blackListManager);
+  if (!covers.areKnown) {
+    return std::nullopt;
+  }
+  for (CGRect& rect : covers.rects) {
+    rect = flipped(rect);
+  }
+  return std::move(covers.rects);
 }
 
 void ServiceImpl::appendMouseEvent(const ZQAccessibilityElement& element, const ZQXPath& path, std::uint64_t eventType,
@@ -182,26 +210,6 @@ void ServiceImpl::appendMouseEvent(const ZQAccessibilityElement& element, const 
   trace("Click");
   trace("Name: " + name);
   trace("Path: " + record->elementXpath);
-  appendEvent(std::move(record));
-}
-
-void ServiceImpl::processKeyEvent(const ForwardedEvent& event) {
-  std::optional<ZQAccessibilityElement> focused;
-  {
-    const std::lock_guard lock(mutex);
-    focused = focusedElement;
-  }
-  if (!focused) {
-    return;
-  }
-  auto record = std::make_shared<ZQUILogKeyboardEvent>();
-  // What is typed into a password field is as secret as what it holds.
-  record->character = focused->isSecureTextField() ? std::string() : event.characters;
-  record->elementXpath = focused->xPath(false, std::nullopt).fullPath;
-  record->elementName = focused->elementName(true);
-  record->elementValue = cutForRecord(focused->axValue());
-  setSurroundings(*record, *focused);
-  record->isRemoteControlEvent = event.source == kRemoteSource;
   appendEvent(std::move(record));
 }
 

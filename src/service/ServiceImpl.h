@@ -18,6 +18,8 @@
 #include "elements/IteratedElementData.h"
 #include "elements/ZQAccessibilityElement.h"
 #include "platform/Platform.h"
+#include "privacy/PrivacyGuard.h"
+#include "privacy/TypedText.h"
 #include "service/EventLog.h"
 #include "service/SerialQueue.h"
 #include "vision/ZQVisionRecognizer.h"
@@ -25,12 +27,17 @@
 
 namespace zqlogging {
 
+class ZQUILogKeyboardEvent;
+
+/// The source value that marks an event injected by remote control.
+constexpr std::int64_t kRemoteSource = 1;
+
 /// A pointer or key event as the host forwarded it.
 struct ForwardedEvent {
   std::uint64_t eventType = 0;
   CGPoint point;  // origin bottom-left
   std::int64_t source = 0;
-  std::string characters;
+  TypedText characters;
 };
 /// Load the recognition engine before the first click needs it.
 struct PrepareRecognition {};
@@ -72,22 +79,39 @@ struct ServiceImpl {
                            const std::optional<std::string>& details);
   void handle(WorkItem& item);
   void processMouseEvent(const ForwardedEvent& event, CGPoint screenPoint);
+  /// What must be painted over in a part of the frame around the point; nothing when that cannot be told.
+  std::optional<std::vector<CGRect>> coversIn(CGRect part, CGPoint point, PrivacyGuard& guard) const;
   void appendMouseEvent(const ZQAccessibilityElement& element, const ZQXPath& path, std::uint64_t eventType,
                         CGPoint screenPoint, const std::string& name, bool isRemote,
                         const std::vector<ZQTextDetection>& texts, const std::vector<ZQRectangleDetection>& rectangles,
                         CGPoint recognizerPoint);
-  void processKeyEvent(const ForwardedEvent& event);
+
+  // KeyIntake.cpp, on the worker.
+  void processKeyEvent(ForwardedEvent& event);
+  /// Fills in the application in front and its window, as far as they may be told.
+  void describeFront(ZQUILogKeyboardEvent& record, std::int32_t process) const;
+  /// Fills in the focused element; whether the characters typed into it may be recorded.
+  bool describeFocused(ZQUILogKeyboardEvent& record, const ZQAccessibilityElement& element) const;
 
   // TreeWalk.cpp, on the worker.
   std::vector<IteratedElementData> iterateAllElements(const ZQAccessibilityElement& element, CGPoint point);
+
+  // Description.cpp: what may be told of an element.
+  [[nodiscard]] ZQAccessibilityElement guarded(port::ElementRef element) const {
+    return {std::move(element), std::make_shared<PrivacyGuard>(blackListManager)};
+  }
+  /// Its name and path; nothing when the element is blacklisted. The delegate has then been told, with `flag`.
+  std::optional<NameAndPath> describeUnlessBlackListed(const ZQAccessibilityElement& element, bool siblings,
+                                                       std::optional<std::uint64_t> eventType, bool flag);
+  /// The path made of the elements found in a window; nothing as above.
+  std::optional<ZQXPath> describeFoundUnlessBlackListed(const std::vector<IteratedElementData>& found,
+                                                        const std::string& name, bool flag);
 
   // Tracking.cpp: application and focus changes. On the main thread.
   void applicationActivated(const port::Notification& notification);
   void moveWatcher(const std::shared_ptr<Application>& application);
   void takeDownWatcher();
   void processFocusEvent(AXNotification notification, const port::ElementRef& elementRef);
-  /// Nothing when the element is blacklisted; the delegate has then been told.
-  std::optional<NameAndPath> describeUnlessBlackListed(const ZQAccessibilityElement& element);
   void recordFocus(const ZQAccessibilityElement& element, const NameAndPath& described);
 
   // Delivery.cpp: the event log, chunks and the read-back.

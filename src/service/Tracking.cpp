@@ -37,20 +37,20 @@ void ServiceImpl::applicationActivated(const port::Notification& notification) {
     return;
   }
   const std::shared_ptr<Application>& application = applications.front();
-  const ZQAccessibilityElement applicationElement(application->element());
+  const ZQAccessibilityElement applicationElement = guarded(application->element());
   trace("Appending main app change");
-  const auto described = describeUnlessBlackListed(applicationElement);
+  const auto described = describeUnlessBlackListed(applicationElement, false, std::nullopt, true);
   if (!described) {
     return;
   }
   recordFocus(applicationElement, *described);
   for (const auto& window : windowsOf(*application)) {
-    const ZQAccessibilityElement windowElement(window->element());
+    const ZQAccessibilityElement windowElement(window->element(), applicationElement.guard());
     if (windowElement.value<bool>("AXMain") != true) {
       continue;
     }
     trace("Appending main widow change");
-    const auto describedWindow = describeUnlessBlackListed(windowElement);
+    const auto describedWindow = describeUnlessBlackListed(windowElement, false, std::nullopt, true);
     if (!describedWindow) {
       return;
     }
@@ -62,17 +62,6 @@ void ServiceImpl::applicationActivated(const port::Notification& notification) {
     trace("Error: Could not watch app [" + activated.description + "]: " + error.what());
   }
   app = application;
-}
-
-std::optional<NameAndPath> ServiceImpl::describeUnlessBlackListed(const ZQAccessibilityElement& element) {
-  NameAndPath described{element.elementName(true), element.xPath(false, std::nullopt)};
-  if (!blackListManager.isXPathBlackListed(described.path)) {
-    return described;
-  }
-  tellDelegate([&](ZQLoggerDelegate& host) {
-    host.onBlackListed(described.name, described.path.fullPath, described.path.url, true);
-  });
-  return std::nullopt;
 }
 
 void ServiceImpl::recordFocus(const ZQAccessibilityElement& element, const NameAndPath& described) {
@@ -129,7 +118,7 @@ void ServiceImpl::processFocusEvent(AXNotification notification, const port::Ele
   }
   trace("processFocusEvent");
   const auto scope = platform->accessibility().openReadScope();
-  const ZQAccessibilityElement element(elementRef);
+  const ZQAccessibilityElement element = guarded(elementRef);
   if (notification == AXNotification::focusedUIElementChanged) {
     std::optional<ZQAccessibilityElement> previous;
     {
@@ -142,7 +131,7 @@ void ServiceImpl::processFocusEvent(AXNotification notification, const port::Ele
     const std::lock_guard lock(mutex);
     focusedElement = element;
   }
-  if (const auto described = describeUnlessBlackListed(element)) {
+  if (const auto described = describeUnlessBlackListed(element, false, std::nullopt, true)) {
     trace("Appending focus event");
     recordFocus(element, *described);
   }

@@ -18,7 +18,7 @@ std::vector<IteratedElementData> ServiceImpl::iterateAllElements(const ZQAccessi
     if (reference == nullptr || *reference == nullptr) {
       continue;
     }
-    const ZQAccessibilityElement child(*reference);
+    const ZQAccessibilityElement child(*reference, element.guard());
     const CGRect rect = child.frame();
     ++iterateDOMDepth;
     std::vector<IteratedElementData> below = iterateAllElements(child, point);

@@ -235,7 +235,7 @@ void ZQLoggingervice::processLocalEvent(std::uint64_t eventType, double x, doubl
 void ZQLoggingervice::processExternalEvent(std::uint64_t eventType, double x, double y, std::int64_t source,
                                            const std::string& characters) {
   requireSharedOwner(weak_from_this());
-  impl_->enqueue(ForwardedEvent{eventType, {x, y}, source, validUtf8(characters)});
+  impl_->enqueue(ForwardedEvent{eventType, {x, y}, source, TypedText(characters)});
 }
 
 void ZQLoggingervice::clearLogs() { impl_->clearLogs(); }

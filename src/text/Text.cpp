@@ -3,6 +3,7 @@
 #include <unicode/brkiter.h>
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
+#include <unicode/normalizer2.h>
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
 
@@ -71,6 +72,20 @@ std::string lowercased(std::string_view text) {
   icu::CaseMap::utf8ToLower("", 0, icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())), sink, nullptr,
                             status);
   return U_SUCCESS(status) ? result : std::string(text);
+}
+
+std::string folded(std::string_view text) {
+  if (isAscii(text)) {
+    return lowercased(text);
+  }
+  UErrorCode status = U_ZERO_ERROR;
+  std::string result;
+  icu::StringByteSink<std::string> sink(&result);
+  if (const icu::Normalizer2* form = icu::Normalizer2::getNFKCCasefoldInstance(status); U_SUCCESS(status)) {
+    const icu::StringPiece whole(text.data(), static_cast<std::int32_t>(text.size()));
+    form->normalizeUTF8(0, whole, sink, nullptr, status);
+  }
+  return U_SUCCESS(status) ? result : lowercased(text);
 }
 
 bool isValidUtf8(std::string_view text) {

@@ -15,6 +15,9 @@ bool hasMoreCharactersThan(std::string_view text, std::size_t count);
 /// Full Unicode lower-casing, without regard to a language.
 std::string lowercased(std::string_view text);
 
+/// The text as it is compared where neither case nor form may make a difference: case-folded and normalized (NFKC).
+std::string folded(std::string_view text);
+
 /// The text with every ill-formed sequence replaced by U+FFFD.
 std::string validUtf8(std::string text);
 

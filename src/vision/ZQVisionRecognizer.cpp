@@ -1,11 +1,13 @@
 #include "vision/ZQVisionRecognizer.h"
 
+#include <algorithm>
 #include <cmath>
 #include <exception>
 #include <limits>
 #include <utility>
 
 #include "diagnostics/DeveloperTiers.h"
+#include "geometry/Geometry.h"
 
 namespace zqlogging {
 namespace {
@@ -23,6 +25,15 @@ class FlagScope {
 };
 
 bool isInteger(double value) { return std::abs(value) <= std::numeric_limits<int>::max(); }  // false for NaN
+
+/// Whether a box of the rectangle (pixels, origin top-left) touches what is covered in the frame.
+bool isCovered(CGRect box, CGRect rect, const std::vector<CGRect>& covers) {
+  const double top = rect.origin.y + rect.size.height;
+  const CGRect inFrame = {{rect.origin.x + box.origin.x, top - box.origin.y - box.size.height}, box.size};
+  const bool isSomewhere = box.size.width > 0 && box.size.height > 0;
+  return std::any_of(covers.begin(), covers.end(),
+                     [&](CGRect cover) { return !isSomewhere || intersects(inFrame, cover); });
+}
 
 }  // namespace
 
@@ -48,7 +59,8 @@ port::TextRecognition& ZQVisionRecognizer::engine() {
 
 void ZQVisionRecognizer::prepare() { engine().prepare(); }
 
-void ZQVisionRecognizer::recognize(const PixelBuffer& frame, CGPoint clickPoint, const Completion& completion) {
+void ZQVisionRecognizer::recognize(const PixelBuffer& frame, CGPoint clickPoint, const Covers& covers,
+                                   const Completion& completion) {
   const double now = platform_->clock().steadyTime();
   // To the microsecond: the difference of two large doubles is no finer.
   const double elapsedMs = std::round((now - lastRecognitionDate_) * 1e6) / 1e3;
@@ -60,11 +72,16 @@ void ZQVisionRecognizer::recognize(const PixelBuffer& frame, CGPoint clickPoint,
   const CGSize size = croppedFrameSize();
   const CGRect rect =
       recognitionRect({static_cast<double>(frame.width), static_cast<double>(frame.height)}, size, clickPoint);
+  const auto covered = covers(rect);
+  if (!covered) {
+    completion({}, {}, {});
+    return;
+  }
   const CGPoint inside = {clickPoint.x - rect.origin.x, clickPoint.y - rect.origin.y};
-  const port::Image ciImage = cropper_.createCroppedPixelBufferCoreImage(frame, rect, size);
+  const port::Image ciImage = cropper_.createCroppedPixelBufferCoreImage(frame, rect, size).covered(*covered);
   const CGRect extent = ciImage.extent();
   const CGPoint focus = {clickPoint.x - extent.origin.x, extent.origin.y + extent.size.height - clickPoint.y};
-  processByVision(ciImage, rect, inside, focus, completion);
+  processByVision(ciImage, rect, inside, focus, *covered, completion);
 }
 
 CGRect ZQVisionRecognizer::recognitionRect(CGSize frame, CGSize cropped, CGPoint clickPoint) {
@@ -82,7 +99,7 @@ CGRect ZQVisionRecognizer::recognitionRect(CGSize frame, CGSize cropped, CGPoint
 }
 
 void ZQVisionRecognizer::processByVision(const port::Image& ciImage, CGRect rect, CGPoint clickPoint, CGPoint focus,
-                                         const Completion& completion) {
+                                         const std::vector<CGRect>& covers, const Completion& completion) {
   port::TextAnswer answer;
   {
     const FlagScope recognizing(recognizing_);
@@ -95,7 +112,7 @@ void ZQVisionRecognizer::processByVision(const port::Image& ciImage, CGRect rect
     }
   }
   if (const auto* observations = std::get_if<std::vector<port::TextObservation>>(&answer)) {
-    recognizeHandler(*observations, ciImage, rect, clickPoint, completion);
+    recognizeHandler(*observations, ciImage, rect, clickPoint, covers, completion);
     return;
   }
   completion({}, {}, {});
@@ -106,13 +123,16 @@ void ZQVisionRecognizer::processByVision(const port::Image& ciImage, CGRect rect
 
 void ZQVisionRecognizer::recognizeHandler(const std::vector<port::TextObservation>& observations,
                                           const port::Image& ciImage, CGRect rect, CGPoint clickPoint,
-                                          const Completion& completion) const {
+                                          const std::vector<CGRect>& covers, const Completion& completion) const {
   const Bitmap picture = ciImage.render();
   const CGRect whole = {{0, 0}, rect.size};
   std::vector<ZQTextDetection> texts;
   std::vector<ZQRectangleDetection> rectangles = {{whole, port::cutOut(picture, whole), false}};
   for (const port::TextObservation& observation : observations) {
     const CGRect box = getConvertedRect(observation.boundingBox, rect.size);
+    if (isCovered(box, rect, covers)) {
+      continue;
+    }
     const bool containsClickPoint = box.contains(clickPoint);
     rectangles.push_back({box, port::cutOut(picture, box), containsClickPoint});
     if (observation.candidates.empty()) {

@@ -20,6 +20,8 @@ class ZQVisionRecognizer {
 
   using Completion = std::function<void(const std::vector<ZQTextDetection>&, const std::vector<ZQRectangleDetection>&,
                                         CGPoint clickPoint)>;
+  /// Rectangles inside a part of the frame, all in frame pixels (origin lower-left).
+  using Covers = std::function<std::optional<std::vector<CGRect>>(CGRect part)>;
 
   explicit ZQVisionRecognizer(std::shared_ptr<port::Platform> platform);
 
@@ -30,8 +32,13 @@ class ZQVisionRecognizer {
   void prepare();
 
   /// Recognizes around `clickPoint` (frame pixels, origin lower-left) and calls `completion` once, before it returns:
-  /// with empty lists and (0, 0) when it comes too soon, while another runs, or when the engine fails.
-  void recognize(const PixelBuffer& frame, CGPoint clickPoint, const Completion& completion);
+  /// with empty lists and (0, 0) when it comes too soon, while another runs, or when the engine fails, and also when
+  /// `covers` has no answer. It is asked what must not be read in a part of the frame: that is painted over.
+  void recognize(const PixelBuffer& frame, CGPoint clickPoint, const Covers& covers, const Completion& completion);
+  void recognize(const PixelBuffer& frame, CGPoint clickPoint, const Completion& completion) {
+    recognize(
+        frame, clickPoint, [](CGRect) { return std::vector<CGRect>(); }, completion);
+  }
 
   /// The rectangle around `clickPoint` in a frame of this size, kept inside the frame where it fits.
   static CGRect recognitionRect(CGSize frame, CGSize cropped, CGPoint clickPoint);
@@ -40,9 +47,9 @@ class ZQVisionRecognizer {
 
  private:
   void processByVision(const port::Image& ciImage, CGRect rect, CGPoint clickPoint, CGPoint focus,
-                       const Completion& completion);
+                       const std::vector<CGRect>& covers, const Completion& completion);
   void recognizeHandler(const std::vector<port::TextObservation>& observations, const port::Image& ciImage, CGRect rect,
-                        CGPoint clickPoint, const Completion& completion) const;
+                        CGPoint clickPoint, const std::vector<CGRect>& covers, const Completion& completion) const;
   port::TextRecognition& engine();
 
   std::shared_ptr<port::Platform> platform_;

@@ -29,6 +29,7 @@ port::RunningApplication makeApplication(std::int32_t pid, std::string identifie
   if (!identifier.empty()) {
     application.bundleIdentifier = std::move(identifier);
   }
+  application.executable = validUtf8(executableName(pid).value_or(""));
   return application;
 }
 
@@ -260,6 +261,15 @@ std::vector<port::RunningApplication> LinuxWorkspace::runningApplications() {
     }
   }
   return applications;
+}
+
+std::optional<std::int32_t> LinuxWorkspace::frontmostProcess() {
+  if (const auto window = accessibility_.windows().activeWindow()) {
+    return window->pid;
+  }
+  // Without a window manager there is the word of the applications.
+  const std::int32_t active = activePid_;
+  return active > 0 ? std::optional(active) : std::nullopt;
 }
 
 std::vector<CGRect> LinuxWorkspace::screens() {

@@ -29,6 +29,8 @@ class LinuxWorkspace final : public port::Workspace {
   /// Those with windows, in the order in which the windows were mapped, then those known to accessibility alone.
   std::vector<port::RunningApplication> runningApplications() override;
   std::optional<port::RunningApplication> runningApplication(std::int32_t pid) override;
+  /// The process of the active window, as the X server has it now.
+  std::optional<std::int32_t> frontmostProcess() override;
   /// Monitors at (left, -top): so the point flipped by a screen's height is exact however screens stand side by side.
   std::vector<CGRect> screens() override;
   std::unique_ptr<port::Subscription> subscribe(port::NotificationName name,

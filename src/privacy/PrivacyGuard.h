@@ -1,0 +1,88 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/Accessibility.h"
+#include "privacy/Answer.h"
+
+namespace zqlogging {
+
+class BlackListManager;
+
+/// Decides what may be recorded of elements, before anything of them is named, read or recognized, by facts that it
+/// asks for itself. What cannot be had decides for silence. Its rules stand in docs/privacy.md.
+///
+/// One guard serves one event: an element is asked once, and the answers are kept. One thread. Nothing here fails.
+class PrivacyGuard {
+ public:
+  enum class Verdict { record, recordWithoutContent, blacklisted };
+  /// What an element may tell of itself: all that it says; all but its value; nothing but its role and its place.
+  enum class Telling { all, allButValue, nothing };
+  /// Why something is blacklisted: by the page that it lies on, by its program, or because neither can be had.
+  enum class Reason { none, page, program, unknown };
+
+  struct Judgement {
+    Verdict verdict = Verdict::record;
+    Reason reason = Reason::none;
+    std::string page;  ///< address of the blacklisted page
+  };
+
+  /// Nothing is blacklisted.
+  PrivacyGuard() = default;
+  /// The lists outlive the guard.
+  explicit PrivacyGuard(const BlackListManager& lists) : lists_(&lists) {}
+
+  Judgement judge(const port::ElementRef& element);
+  /// The same of its program alone.
+  Reason judgeProgram(const port::ElementRef& element);
+  Telling tellingOf(const port::ElementRef& element);
+  /// Whether its value is its own to tell: no secret, and none in it.
+  bool mayTellValue(const port::ElementRef& element);
+  /// Whether it may be named where others are listed: it is no page that is blacklisted.
+  bool mayBeListed(const port::ElementRef& element);
+
+  /// From now on no value may be told.
+  void withholdValues() { valuesWithheld_ = true; }
+
+ private:
+  /// Where an element lies, as far as password fields go.
+  enum class Place { outside, unclear, inside };
+  struct Facts {
+    Answer<std::string> role;
+    bool isAboveSecret = false;
+    bool isSecret = false;  // a password field, or a field of which it cannot be had whether it is one
+    std::optional<Place> place;
+  };
+  /// From an element up to the top. `ends` is false where a parent cannot be had or there is no end.
+  struct WayUp {
+    std::vector<port::ElementRef> elements;
+    bool ends = true;
+  };
+  struct Hash {
+    std::size_t operator()(const port::ElementRef& element) const { return element->hash(); }
+  };
+  struct Equal {
+    bool operator()(const port::ElementRef& a, const port::ElementRef& b) const { return a->isEqual(*b); }
+  };
+
+  Facts& factsOf(const port::ElementRef& element);
+  Place placeOf(const port::ElementRef& element);
+  WayUp wayUpFrom(const port::ElementRef& element);
+  const Answer<port::ElementRef>& parentOf(const port::ElementRef& element);
+  void rememberAbove(const port::ElementRef& secret);
+  bool holdsSecret(const port::ElementRef& element);
+  Judgement judgePages(const port::ElementRef& element);
+  Reason judgePage(const port::ElementRef& element, std::string& address);
+  Reason judgeNames(const port::Element& application, std::int32_t pid);
+
+  const BlackListManager* lists_ = nullptr;
+  bool valuesWithheld_ = false;
+  std::unordered_map<port::ElementRef, Facts, Hash, Equal> facts_;
+  std::unordered_map<port::ElementRef, Answer<port::ElementRef>, Hash, Equal> parents_;
+};
+
+}  // namespace zqlogging
