@@ -153,7 +153,8 @@ class ZQ_EXPORT ZQLoggingervice : public std::enable_shared_from_this<ZQLogginge
   /// \param x           the pointer, in screen points from the left edge
   /// \param y           the pointer, in screen points from the bottom edge
   /// \param source      1 marks an event injected by remote control
-  /// \param characters  not recorded: the keys of local events never are
+  /// \param characters  not recorded: the keys of local events never are. The value of the field that they were typed
+  ///                    into is, like any other value.
   virtual void processLocalEvent(std::uint64_t eventType, double x, double y, std::int64_t source,
                                  const std::string& characters);
 
@@ -162,7 +163,8 @@ class ZQ_EXPORT ZQLoggingervice : public std::enable_shared_from_this<ZQLogginge
   /// \param x           as above
   /// \param y           as above
   /// \param source      as above
-  /// \param characters  of a key press, UTF-8; recorded, except those typed into a password field
+  /// \param characters  of a key press, UTF-8; recorded where it is certain that nothing secret and nothing
+  ///                    blacklisted got them (docs/privacy.md), and zeroed in memory once that is decided
   virtual void processExternalEvent(std::uint64_t eventType, double x, double y, std::int64_t source,
                                     const std::string& characters);
 
