@@ -33,7 +33,8 @@ std::string ZQAccessibilityElement::text(const std::string& attribute) const {
 
 std::string ZQAccessibilityElement::label(const std::string& attribute) const {
   std::string label = text(attribute);
-  if (!label.empty() && guard_->tellingOf(elementRef_) == PrivacyGuard::Telling::nothing) {
+  if (!label.empty() &&
+      (guard_->tellingOf(elementRef_) == PrivacyGuard::Telling::nothing || !guard_->mayTellText(elementRef_, label))) {
     label.clear();
   }
   return label;
@@ -41,7 +42,7 @@ std::string ZQAccessibilityElement::label(const std::string& attribute) const {
 
 std::string ZQAccessibilityElement::axValue() const {
   std::string value = text("AXValue");
-  if (!value.empty() && !guard_->mayTellValue(elementRef_)) {
+  if (!value.empty() && (!guard_->mayTellValue(elementRef_) || !guard_->mayTellText(elementRef_, value))) {
     value.clear();
   }
   return value;

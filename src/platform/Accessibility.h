@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -85,6 +86,11 @@ class Accessibility {
   virtual ElementRef createApplicationElement(std::int32_t pid) = 0;
   virtual Result<std::unique_ptr<NotificationObserver>> createObserver(std::int32_t pid,
                                                                        NotificationCallback callback) = 0;
+
+  /// How long the news of a focus change may be on its way. Zero where it is there at once.
+  [[nodiscard]] virtual std::chrono::milliseconds focusNewsDelay() const { return {}; }
+  /// Waits for such news. Not on the main thread.
+  virtual void waitForFocusNews(std::chrono::milliseconds /*duration*/) {}
 
   virtual std::unique_ptr<ReadScope> openReadScope() = 0;
   /// Announces that these elements are about to be named, inside a scope: an implementation may fetch them together.

@@ -45,6 +45,11 @@ class PrivacyGuard {
   /// Whether it may be named where others are listed: it is no page that is blacklisted.
   bool mayBeListed(const port::ElementRef& element);
 
+  /// Looks for a blacklisted page in the window of the element. When there is one, the window's title, and whatever
+  /// repeats it or the page's, is not told from now on.
+  bool withholdTitlesOfPages(const port::ElementRef& element);
+  /// Whether a text of an element may be told: it carries no title that is withheld.
+  [[nodiscard]] bool mayTellText(const port::ElementRef& element, const std::string& text);
   /// From now on no value may be told.
   void withholdValues() { valuesWithheld_ = true; }
 
@@ -81,6 +86,7 @@ class PrivacyGuard {
 
   const BlackListManager* lists_ = nullptr;
   bool valuesWithheld_ = false;
+  std::vector<std::string> withheldTitles_;
   std::unordered_map<port::ElementRef, Facts, Hash, Equal> facts_;
   std::unordered_map<port::ElementRef, Answer<port::ElementRef>, Hash, Equal> parents_;
 };

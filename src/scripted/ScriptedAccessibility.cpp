@@ -141,6 +141,8 @@ void ScriptedAccessibility::notify(const std::string& notification, NodeId node,
   }
 }
 
+void ScriptedAccessibility::waitForFocusNews(std::chrono::milliseconds duration) { time_.pass(duration); }
+
 bool ScriptedAccessibility::isProcessTrusted(bool prompt) {
   const std::lock_guard lock(mutex_);
   if (prompt) {

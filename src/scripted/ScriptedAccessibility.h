@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -37,6 +39,12 @@ class ScriptedAccessibility final : public Accessibility {
   /// registered it for the element or for their application's element.
   void notify(const std::string& notification, NodeId node, std::int32_t pid);
 
+  /// Zero at first: on a scripted desktop news are there at once.
+  void setFocusNewsDelay(std::chrono::milliseconds delay) { focusNewsDelay_ = delay; }
+  [[nodiscard]] std::chrono::milliseconds focusNewsDelay() const override { return focusNewsDelay_; }
+  /// Moves the virtual clock.
+  void waitForFocusNews(std::chrono::milliseconds duration) override;
+
   bool isProcessTrusted(bool prompt) override;
   ElementRef createSystemWideElement() override;
   ElementRef createApplicationElement(std::int32_t pid) override;
@@ -53,6 +61,7 @@ class ScriptedAccessibility final : public Accessibility {
   bool trusted_ = true;
   int prompts_ = 0;
   float globalTimeout_ = 0;
+  std::atomic<std::chrono::milliseconds> focusNewsDelay_ = {};
   std::vector<Scope*> scopes_;
   std::vector<std::weak_ptr<ScriptedObserver>> observers_;
 };

@@ -25,6 +25,9 @@ std::optional<NameAndPath> ServiceImpl::describeUnlessBlackListed(const ZQAccess
     described = {element.elementName(true), element.xPath(siblings, eventType)};
   }
   if (judgement.reason == PrivacyGuard::Reason::none && !blackListManager.isXPathBlackListed(described.path)) {
+    if (element.guard()->withholdTitlesOfPages(element.elementRef())) {
+      described = {element.elementName(true), element.xPath(siblings, eventType)};
+    }
     return described;
   }
   tellDelegate([&](ZQLoggerDelegate& host) { tellBlackListed(host, judgement, described.name, described.path, flag); });

@@ -1,5 +1,10 @@
+#include <algorithm>
+#include <chrono>
+
+#include "events/ZQLogEventType.h"
 #include "events/ZQUILogKeyboardEvent.h"
 #include "geometry/Geometry.h"
+#include "privacy/Answer.h"
 #include "service/ServiceImpl.h"
 
 namespace zqlogging {
@@ -31,13 +36,67 @@ std::optional<ZQAccessibilityElement> frontWindow(const ZQAccessibilityElement& 
   return std::nullopt;
 }
 
+/// Seconds after a key press at which it is decided in any case.
+constexpr double kLongestWait = 0.5;
+constexpr std::chrono::milliseconds kWaitStep(5);
+
+/// Whether a key press may move the focus: Tab, Enter, Escape, combinations with Control, and every key that is not
+/// known to have written something.
+bool mayMoveFocus(const std::string& characters) {
+  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; };
+  return characters.empty() || std::any_of(characters.begin(), characters.end(), isControl);
+}
+
+/// Whether the element says that it has the focus, where news may be late.
+bool hasFocusNow(const ZQAccessibilityElement& element) {
+  if (element.elementRef()->platform().accessibility().focusNewsDelay().count() == 0) {
+    return true;
+  }
+  const auto focused = ask<bool>(*element.elementRef(), "AXFocused");
+  return focused.isGiven() && focused.value;
+}
+
 }  // namespace
 
+void ServiceImpl::noteForwarded(std::uint64_t eventType, const std::string& characters, double now) {
+  const PlatformEventType type{eventType};
+  const bool isKey = type == PlatformEventType::keyDown;
+  const bool isPress = type == PlatformEventType::leftMouseDown || type == PlatformEventType::rightMouseDown;
+  if (isPress) {
+    lastClick = now;
+  }
+  if (isPress || type == PlatformEventType::leftMouseUp || (isKey && mayMoveFocus(characters))) {
+    focusMayHaveMoved = now;
+  }
+}
+
+bool ServiceImpl::waitUntilFocusIsCertain(const ForwardedEvent& key) const {
+  port::Accessibility& accessibility = platform->accessibility();
+  const std::chrono::duration<double> delay = accessibility.focusNewsDelay();
+  if (delay.count() <= 0) {
+    return true;
+  }
+  while (true) {
+    const double now = platform->clock().steadyTime();
+    if (now - focusMayHaveMoved >= delay.count()) {
+      return true;
+    }
+    // A click that waits behind the key must find what it was made on.
+    if (now - key.at >= kLongestWait || lastClick > key.at) {
+      return false;
+    }
+    accessibility.waitForFocusNews(kWaitStep);
+  }
+}
+
 void ServiceImpl::processKeyEvent(ForwardedEvent& event) {
+  // Without characters there is nothing to be certain for.
+  bool isCertain = !event.characters.isEmpty() && waitUntilFocusIsCertain(event);
   std::optional<ZQAccessibilityElement> focused;
   {
     const std::lock_guard lock(mutex);
     focused = focusedElement;
+    isCertain = isCertain && focusedSince <= event.at;
   }
   if (!focused) {
     return;
@@ -48,7 +107,8 @@ void ServiceImpl::processKeyEvent(ForwardedEvent& event) {
   const auto front = platform->workspace().frontmostProcess();
   const auto owner = focused->elementRef()->getPid();
   if (front && owner && *front == owner.value) {
-    if (describeFocused(*record, guarded(focused->elementRef()))) {
+    const bool mayBeRecorded = describeFocused(*record, guarded(focused->elementRef()));
+    if (mayBeRecorded && isCertain && hasFocusNow(*focused)) {
       record->character = event.characters.view();
     }
   } else if (front) {
@@ -72,6 +132,8 @@ bool ServiceImpl::describeFocused(ZQUILogKeyboardEvent& record, const ZQAccessib
   const bool isListed = blackListManager.isXPathBlackListed(path);
   if (isListed) {  // the key is recorded, but nothing of what was typed
     guard.withholdValues();
+  }
+  if (guard.withholdTitlesOfPages(element.elementRef()) || isListed) {
     path = element.xPath(false, std::nullopt);
   }
   record.elementXpath = path.fullPath;
@@ -100,6 +162,9 @@ void ServiceImpl::describeFront(ZQUILogKeyboardEvent& record, std::int32_t proce
   }
   path = window->xPath(false, std::nullopt);
   if (mayBeTold(*window, path)) {
+    if (guard.withholdTitlesOfPages(window->elementRef())) {
+      path = window->xPath(false, std::nullopt);
+    }
     record.elementXpath = path.fullPath;
     record.windowName = window->axTitle();
     record.windowRect = toString(window->frame());

@@ -38,6 +38,7 @@ struct ForwardedEvent {
   CGPoint point;  // origin bottom-left
   std::int64_t source = 0;
   TypedText characters;
+  double at = 0;  // steady time of its forwarding
 };
 /// Load the recognition engine before the first click needs it.
 struct PrepareRecognition {};
@@ -86,7 +87,11 @@ struct ServiceImpl {
                         const std::vector<ZQTextDetection>& texts, const std::vector<ZQRectangleDetection>& rectangles,
                         CGPoint recognizerPoint);
 
-  // KeyIntake.cpp, on the worker.
+  // KeyIntake.cpp, on the worker, except for the first.
+  /// Remembers when something was forwarded that may move the focus. Any thread.
+  void noteForwarded(std::uint64_t eventType, const std::string& characters, double now);
+  /// Waits, half a second after the key at most, until it is certain which element got it. False when that stays open.
+  bool waitUntilFocusIsCertain(const ForwardedEvent& key) const;
   void processKeyEvent(ForwardedEvent& event);
   /// Fills in the application in front and its window, as far as they may be told.
   void describeFront(ZQUILogKeyboardEvent& record, std::int32_t process) const;
@@ -156,11 +161,16 @@ struct ServiceImpl {
   std::atomic<bool> iterateDOM = true;
   std::atomic<bool> debuLogging = false;
 
-  std::mutex mutex;  // guards the next four, for copying in and out alone
+  std::mutex mutex;  // guards the next five, for copying in and out alone
   bool recognitionPrepared = false;
   std::shared_ptr<ZQLoggerDelegate> delegate;
   std::optional<PixelBuffer> bufferForOcr;
   std::optional<ZQAccessibilityElement> focusedElement;
+  double focusedSince = 0;  // when its news came, by the steady clock
+
+  // When the last thing was forwarded, or happened, that may move the focus, and when the last click was.
+  std::atomic<double> focusMayHaveMoved = -1e9;
+  std::atomic<double> lastClick = -1e9;
 
   BlackListManager blackListManager;
   EventLog log;

@@ -27,6 +27,7 @@ CGRect windowFrame(const ZQAccessibilityElement& element) {
 }  // namespace
 
 void ServiceImpl::applicationActivated(const port::Notification& notification) {
+  focusMayHaveMoved = platform->clock().steadyTime();
   if (!notification.application || !notification.application->bundleIdentifier) {
     return;
   }
@@ -130,6 +131,7 @@ void ServiceImpl::processFocusEvent(AXNotification notification, const port::Ele
     }
     const std::lock_guard lock(mutex);
     focusedElement = element;
+    focusedSince = platform->clock().steadyTime();
   }
   if (const auto described = describeUnlessBlackListed(element, false, std::nullopt, true)) {
     trace("Appending focus event");

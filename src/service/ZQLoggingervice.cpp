@@ -226,7 +226,8 @@ void ZQLoggingervice::setFrameForOcr(PixelBuffer frame) {
 }
 
 void ZQLoggingervice::processLocalEvent(std::uint64_t eventType, double x, double y, std::int64_t source,
-                                        const std::string& /*characters*/) {
+                                        const std::string& characters) {
+  impl_->noteForwarded(eventType, characters, impl_->platform->clock().steadyTime());
   if (!impl_->paused) {
     processExternalEvent(eventType, x, y, source, {});
   }
@@ -235,7 +236,9 @@ void ZQLoggingervice::processLocalEvent(std::uint64_t eventType, double x, doubl
 void ZQLoggingervice::processExternalEvent(std::uint64_t eventType, double x, double y, std::int64_t source,
                                            const std::string& characters) {
   requireSharedOwner(weak_from_this());
-  impl_->enqueue(ForwardedEvent{eventType, {x, y}, source, TypedText(characters)});
+  const double now = impl_->platform->clock().steadyTime();
+  impl_->noteForwarded(eventType, characters, now);
+  impl_->enqueue(ForwardedEvent{eventType, {x, y}, source, TypedText(characters), now});
 }
 
 void ZQLoggingervice::clearLogs() { impl_->clearLogs(); }

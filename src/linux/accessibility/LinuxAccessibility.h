@@ -1,8 +1,10 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <thread>
 
 #include "linux/accessibility/AtspiServices.h"
 #include "linux/accessibility/LinuxElements.h"
@@ -22,6 +24,9 @@ class LinuxAccessibility : public port::Accessibility {
   port::ElementRef createApplicationElement(std::int32_t pid) override { return elements_.application(pid); }
   port::Result<std::unique_ptr<port::NotificationObserver>> createObserver(
       std::int32_t pid, port::NotificationCallback callback) override;
+  /// Applications tell of their focus after they have handled the key or the click that moved it.
+  [[nodiscard]] std::chrono::milliseconds focusNewsDelay() const override { return std::chrono::milliseconds(150); }
+  void waitForFocusNews(std::chrono::milliseconds duration) override { std::this_thread::sleep_for(duration); }
   std::unique_ptr<port::ReadScope> openReadScope() override { return services_.openReadScope(); }
   void expectReads(std::span<const port::ElementRef> elements) override;
 

@@ -264,7 +264,7 @@ std::vector<port::RunningApplication> LinuxWorkspace::runningApplications() {
 }
 
 std::optional<std::int32_t> LinuxWorkspace::frontmostProcess() {
-  if (const auto window = accessibility_.windows().activeWindow()) {
+  if (const auto window = accessibility_.services().windows().activeWindow()) {
     return window->pid;
   }
   // Without a window manager there is the word of the applications.
