@@ -28,10 +28,10 @@ bool containsAny(const std::string& text, const std::vector<std::string>& names)
 
 }  // namespace
 
-BlackListManager::BlackListManager() : lists_(std::make_shared<const Lists>()) {}
+BlackListManager::BlackListManager() : lists_(std::make_shared<const Content>()) {}
 
 void BlackListManager::setLists(std::vector<std::string> urls, const std::vector<std::string>& processes) {
-  auto lists = std::make_shared<Lists>();
+  auto lists = std::make_shared<Content>();
   for (const std::string& url : urls) {
     if (std::string name = trimURL(lowercased(url)); !name.empty()) {
       lists->urlNames.push_back(std::move(name));
@@ -47,12 +47,12 @@ void BlackListManager::setLists(std::vector<std::string> urls, const std::vector
     lists->processes.push_back(std::move(lower));
   }
   lists->urls = std::move(urls);
-  std::shared_ptr<const Lists> next = std::move(lists);
+  std::shared_ptr<const Content> next = std::move(lists);
   const std::lock_guard lock(mutex_);
   lists_.swap(next);
 }
 
-std::shared_ptr<const BlackListManager::Lists> BlackListManager::lists() const {
+std::shared_ptr<const BlackListManager::Content> BlackListManager::lists() const {
   const std::lock_guard lock(mutex_);
   return lists_;
 }

@@ -6,11 +6,12 @@
 #include <vector>
 
 #include "elements/ZQXPath.h"
+#include "privacy/Lists.h"
 
 namespace zqlogging {
 
 /// Decides what must not be recorded. Any thread; the lists are replaced as a whole.
-class BlackListManager {
+class BlackListManager final : public Lists {
  public:
   BlackListManager();
 
@@ -22,16 +23,15 @@ class BlackListManager {
 
   [[nodiscard]] bool isXPathBlackListed(const ZQXPath& path) const;
 
-  // What the privacy guard asks. Compared without regard to case and form, in any script.
-  /// Whether there is anything in the list that can match.
-  [[nodiscard]] bool hasUrls() const { return !lists()->urlNames.empty(); }
-  [[nodiscard]] bool hasProcesses() const { return !lists()->processPatterns.empty(); }
-  [[nodiscard]] bool listsPage(const std::string& url) const;
-  [[nodiscard]] bool mentionsPage(const std::string& text) const;
-  [[nodiscard]] bool listsProgram(const std::string& name) const;
+  // What the privacy guard asks.
+  [[nodiscard]] bool hasUrls() const override { return !lists()->urlNames.empty(); }
+  [[nodiscard]] bool hasProcesses() const override { return !lists()->processPatterns.empty(); }
+  [[nodiscard]] bool listsPage(const std::string& url) const override;
+  [[nodiscard]] bool mentionsPage(const std::string& text) const override;
+  [[nodiscard]] bool listsProgram(const std::string& name) const override;
 
  private:
-  struct Lists {
+  struct Content {
     std::vector<std::string> urls;
     std::vector<std::string> processes;
     std::vector<std::string> urlNames;         // what is looked for, none of them empty
@@ -42,10 +42,10 @@ class BlackListManager {
 
   /// The first label of an address's host; the address is in lower case or folded.
   static std::string trimURL(std::string name);
-  [[nodiscard]] std::shared_ptr<const Lists> lists() const;
+  [[nodiscard]] std::shared_ptr<const Content> lists() const;
 
   mutable std::mutex mutex_;
-  std::shared_ptr<const Lists> lists_;
+  std::shared_ptr<const Content> lists_;
 };
 
 }  // namespace zqlogging

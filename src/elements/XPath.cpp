@@ -75,6 +75,7 @@ std::string ZQAccessibilityElement::listOfChildNames() const {
     }
   }
   elementRef_->platform().accessibility().expectReads(elements);
+  guard_->expectChildren(elementRef_, elements);
 
   std::string names;
   for (const port::ElementRef& element : elements) {

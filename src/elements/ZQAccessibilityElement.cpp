@@ -33,8 +33,7 @@ std::string ZQAccessibilityElement::text(const std::string& attribute) const {
 
 std::string ZQAccessibilityElement::label(const std::string& attribute) const {
   std::string label = text(attribute);
-  if (!label.empty() &&
-      (guard_->tellingOf(elementRef_) == PrivacyGuard::Telling::nothing || !guard_->mayTellText(elementRef_, label))) {
+  if (!label.empty() && (!guard_->mayTellLabels(elementRef_) || !guard_->mayTellText(elementRef_, label))) {
     label.clear();
   }
   return label;

@@ -124,6 +124,7 @@ std::string describeApplication(port::Platform& desktop, int pid, int maxElement
     if (const auto children = root->copyAttributeValue("AXChildren"); !children) {
       throw failure(process + " does not answer the accessibility service", children.code);
     }
+    const auto guard = std::make_shared<PrivacyGuard>();
     struct Pending {
       port::ElementRef element;
       std::size_t depth;
@@ -133,8 +134,9 @@ std::string describeApplication(port::Platform& desktop, int pid, int maxElement
     for (int count = 0; count < maxElements && !pending.empty(); ++count) {
       const Pending next = pending.back();
       pending.pop_back();
-      text += lineOf(ZQAccessibilityElement(next.element), next.depth);
-      const auto children = ZQAccessibilityElement(next.element).value<port::Array>("AXChildren");
+      const ZQAccessibilityElement current(next.element, guard);
+      text += lineOf(current, next.depth);
+      const auto children = current.value<port::Array>("AXChildren");
       std::vector<port::ElementRef> elements;
       for (const port::Value& child : children.value_or(port::Array())) {
         if (const auto* element = std::get_if<port::ElementRef>(&child); element != nullptr && *element) {

@@ -1,6 +1,5 @@
 #include <algorithm>
 
-#include "blacklist/BlackListManager.h"
 #include "privacy/PrivacyGuard.h"
 
 namespace zqlogging {

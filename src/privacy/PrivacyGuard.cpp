@@ -1,9 +1,9 @@
 #include "privacy/PrivacyGuard.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
-#include "blacklist/BlackListManager.h"
 #include "privacy/PlainRoles.h"
 
 namespace zqlogging {
@@ -61,29 +61,46 @@ PrivacyGuard::WayUp PrivacyGuard::wayUpFrom(const port::ElementRef& element) {
   return way;
 }
 
+PrivacyGuard::Place PrivacyGuard::placeBelow(const port::ElementRef& element, Place place) {
+  return place == Place::inside || factsOf(element).isSecret ? Place::inside : place;
+}
+
 PrivacyGuard::Place PrivacyGuard::placeOf(const port::ElementRef& element) {
-  std::vector<Facts*> way;
-  Place place = Place::outside;
+  std::vector<port::ElementRef> way;  // those whose place is not known yet
+  Place place = Place::outside;       // of the last of them
   for (port::ElementRef current = element; current != nullptr;) {
-    Facts& facts = factsOf(current);
-    if (facts.place || way.size() > kMaxLevels) {
-      place = facts.place ? (facts.isSecret ? Place::inside : *facts.place) : Place::unclear;
+    if (const auto known = places_.find(current); known != places_.end()) {
+      place = way.empty() ? known->second : placeBelow(current, known->second);
       break;
     }
-    way.push_back(&facts);
+    if (way.size() > kMaxLevels) {
+      place = Place::unclear;
+      break;
+    }
+    way.push_back(current);
     const Answer<port::ElementRef>& parent = parentOf(current);
     place = parent.isUnknown() ? Place::unclear : Place::outside;
     current = parent.isGiven() ? parent.value : nullptr;
   }
-  for (auto facts = way.rbegin(); facts != way.rend(); ++facts) {
-    (*facts)->place = place;
-    place = (*facts)->isSecret ? Place::inside : place;
+  for (auto current = way.rbegin(); current != way.rend(); ++current) {
+    places_[*current] = place;
+    if (std::next(current) != way.rend()) {
+      place = placeBelow(*current, place);
+    }
   }
-  const Facts& facts = factsOf(element);
-  if (facts.isSecret && !way.empty()) {
-    rememberAbove(element);
+  return place;
+}
+
+void PrivacyGuard::expectChildren(const port::ElementRef& element, const std::vector<port::ElementRef>& children) {
+  const Place below = placeBelow(element, placeOf(element));
+  for (const port::ElementRef& child : children) {
+    places_.try_emplace(child, below);
   }
-  return *facts.place;
+}
+
+bool PrivacyGuard::mayTellLabels(const port::ElementRef& element) {
+  const Place place = placeOf(element);
+  return place == Place::outside || (place == Place::unclear && tellingOf(element) != Telling::nothing);
 }
 
 void PrivacyGuard::rememberAbove(const port::ElementRef& secret) {
@@ -97,6 +114,9 @@ void PrivacyGuard::rememberAbove(const port::ElementRef& secret) {
 PrivacyGuard::Telling PrivacyGuard::tellingOf(const port::ElementRef& element) {
   const Place place = placeOf(element);
   const Facts& facts = factsOf(element);
+  if (facts.isSecret) {
+    rememberAbove(element);
+  }
   const bool showsText = !facts.role.isGiven() || facts.role.value == "AXStaticText";
   if (place == Place::inside || (place == Place::unclear && showsText)) {
     return Telling::nothing;
@@ -106,6 +126,10 @@ PrivacyGuard::Telling PrivacyGuard::tellingOf(const port::ElementRef& element) {
 
 bool PrivacyGuard::mayTellValue(const port::ElementRef& element) {
   return !valuesWithheld_ && tellingOf(element) == Telling::all && !holdsSecret(element);
+}
+
+bool PrivacyGuard::mayTellTyped(const port::ElementRef& element) {
+  return tellingOf(element) == Telling::all && (isPlainRole(factsOf(element).role.value) || !holdsSecret(element));
 }
 
 bool PrivacyGuard::holdsSecret(const port::ElementRef& element) {
@@ -228,10 +252,7 @@ PrivacyGuard::Judgement PrivacyGuard::judge(const port::ElementRef& element) {
     }
   }
   if (result.verdict == Verdict::record) {
-    const bool mayBeField = !isPlainRole(factsOf(element).role.value);
-    if (tellingOf(element) != Telling::all || (mayBeField && holdsSecret(element))) {
-      result.verdict = Verdict::recordWithoutContent;
-    }
+    result.verdict = tellingOf(element) == Telling::all ? Verdict::record : Verdict::recordWithoutContent;
   }
   return result;
 }

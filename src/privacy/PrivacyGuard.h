@@ -1,17 +1,15 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "platform/Accessibility.h"
 #include "privacy/Answer.h"
+#include "privacy/Lists.h"
 
 namespace zqlogging {
-
-class BlackListManager;
 
 /// Decides what may be recorded of elements, before anything of them is named, read or recognized, by facts that it
 /// asks for itself. What cannot be had decides for silence. Its rules stand in docs/privacy.md.
@@ -34,14 +32,20 @@ class PrivacyGuard {
   /// Nothing is blacklisted.
   PrivacyGuard() = default;
   /// The lists outlive the guard.
-  explicit PrivacyGuard(const BlackListManager& lists) : lists_(&lists) {}
+  explicit PrivacyGuard(const Lists& lists) : lists_(&lists) {}
 
   Judgement judge(const port::ElementRef& element);
   /// The same of its program alone.
   Reason judgeProgram(const port::ElementRef& element);
   Telling tellingOf(const port::ElementRef& element);
+  /// Whether its name, description and the like may be told. Cheaper than the above.
+  bool mayTellLabels(const port::ElementRef& element);
   /// Whether its value is its own to tell: no secret, and none in it.
   bool mayTellValue(const port::ElementRef& element);
+  /// Whether what is typed into it may be told.
+  bool mayTellTyped(const port::ElementRef& element);
+  /// These lie directly below the element: nothing more needs to be asked to know where they lie.
+  void expectChildren(const port::ElementRef& element, const std::vector<port::ElementRef>& children);
   /// Whether it may be named where others are listed: it is no page that is blacklisted.
   bool mayBeListed(const port::ElementRef& element);
 
@@ -60,7 +64,6 @@ class PrivacyGuard {
     Answer<std::string> role;
     bool isAboveSecret = false;
     bool isSecret = false;  // a password field, or a field of which it cannot be had whether it is one
-    std::optional<Place> place;
   };
   /// From an element up to the top. `ends` is false where a parent cannot be had or there is no end.
   struct WayUp {
@@ -76,6 +79,8 @@ class PrivacyGuard {
 
   Facts& factsOf(const port::ElementRef& element);
   Place placeOf(const port::ElementRef& element);
+  /// The place of what lies directly below an element of that place.
+  Place placeBelow(const port::ElementRef& element, Place place);
   WayUp wayUpFrom(const port::ElementRef& element);
   const Answer<port::ElementRef>& parentOf(const port::ElementRef& element);
   void rememberAbove(const port::ElementRef& secret);
@@ -84,11 +89,12 @@ class PrivacyGuard {
   Reason judgePage(const port::ElementRef& element, std::string& address);
   Reason judgeNames(const port::Element& application, std::int32_t pid);
 
-  const BlackListManager* lists_ = nullptr;
+  const Lists* lists_ = nullptr;
   bool valuesWithheld_ = false;
   std::vector<std::string> withheldTitles_;
   std::unordered_map<port::ElementRef, Facts, Hash, Equal> facts_;
   std::unordered_map<port::ElementRef, Answer<port::ElementRef>, Hash, Equal> parents_;
+  std::unordered_map<port::ElementRef, Place, Hash, Equal> places_;
 };
 
 }  // namespace zqlogging

@@ -14,7 +14,7 @@ constexpr int kMaxDepth = 100;
 
 class Search {
  public:
-  Search(CGRect area, PrivacyGuard& guard, const BlackListManager& lists) : area_(area), guard_(guard), lists_(lists) {}
+  Search(CGRect area, PrivacyGuard& guard, const Lists& lists) : area_(area), guard_(guard), lists_(lists) {}
 
   void lookAtApplication(const port::ElementRef& application) {
     const bool isListed = guard_.judgeProgram(application) != Reason::none;
@@ -33,7 +33,7 @@ class Search {
  private:
   bool isListedWindow(const port::Element& window) {
     const auto title = ask<std::string>(window, "AXTitle");
-    return lists_.isXPathBlackListed({title.value, {}, {}}) ||
+    return lists_.mentionsPage(title.value) || lists_.listsProgram(title.value) ||
            (title.isUnknown() && (lists_.hasUrls() || lists_.hasProcesses()));
   }
 
@@ -94,13 +94,13 @@ class Search {
 
   const CGRect area_;
   PrivacyGuard& guard_;
-  const BlackListManager& lists_;
+  const Lists& lists_;
   int looked_ = 0;
 };
 
 }  // namespace
 
-ScreenCovers screenCoversIn(CGRect area, port::Platform& platform, PrivacyGuard& guard, const BlackListManager& lists) {
+ScreenCovers screenCoversIn(CGRect area, port::Platform& platform, PrivacyGuard& guard, const Lists& lists) {
   Search search(area, guard, lists);
   for (const port::RunningApplication& running : platform.workspace().runningApplications()) {
     if (!running.terminated && running.pid >= 0 && search.result.areKnown) {

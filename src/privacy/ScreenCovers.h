@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "blacklist/BlackListManager.h"
+#include "privacy/Lists.h"
 #include "privacy/PrivacyGuard.h"
 #include "zqlogging/Geometry.h"
 
@@ -17,6 +17,6 @@ struct ScreenCovers {
 
 /// Looks through the windows of every application for what lies in `area`: fields that hold a secret, and windows that
 /// are blacklisted or show a blacklisted page, popups included.
-ScreenCovers screenCoversIn(CGRect area, port::Platform& platform, PrivacyGuard& guard, const BlackListManager& lists);
+ScreenCovers screenCoversIn(CGRect area, port::Platform& platform, PrivacyGuard& guard, const Lists& lists);
 
 }  // namespace zqlogging

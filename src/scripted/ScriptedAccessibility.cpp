@@ -141,7 +141,12 @@ void ScriptedAccessibility::notify(const std::string& notification, NodeId node,
   }
 }
 
-void ScriptedAccessibility::waitForFocusNews(std::chrono::milliseconds duration) { time_.pass(duration); }
+void ScriptedAccessibility::waitForFocusNews(std::chrono::milliseconds duration) {
+  time_.pass(duration);
+  if (whileWaiting_) {
+    whileWaiting_();
+  }
+}
 
 bool ScriptedAccessibility::isProcessTrusted(bool prompt) {
   const std::lock_guard lock(mutex_);

@@ -3,11 +3,13 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/Accessibility.h"
@@ -39,8 +41,12 @@ class ScriptedAccessibility final : public Accessibility {
   /// registered it for the element or for their application's element.
   void notify(const std::string& notification, NodeId node, std::int32_t pid);
 
-  /// Zero at first: on a scripted desktop news are there at once.
-  void setFocusNewsDelay(std::chrono::milliseconds delay) { focusNewsDelay_ = delay; }
+  /// Zero at first: on a scripted desktop news are there at once. `whileWaiting` runs on the thread that waits for them.
+  /// Not while events are handled.
+  void setFocusNewsDelay(std::chrono::milliseconds delay, std::function<void()> whileWaiting = nullptr) {
+    focusNewsDelay_ = delay;
+    whileWaiting_ = std::move(whileWaiting);
+  }
   [[nodiscard]] std::chrono::milliseconds focusNewsDelay() const override { return focusNewsDelay_; }
   /// Moves the virtual clock.
   void waitForFocusNews(std::chrono::milliseconds duration) override;
@@ -62,6 +68,7 @@ class ScriptedAccessibility final : public Accessibility {
   int prompts_ = 0;
   float globalTimeout_ = 0;
   std::atomic<std::chrono::milliseconds> focusNewsDelay_ = {};
+  std::function<void()> whileWaiting_;
   std::vector<Scope*> scopes_;
   std::vector<std::weak_ptr<ScriptedObserver>> observers_;
 };

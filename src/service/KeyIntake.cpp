@@ -140,7 +140,7 @@ bool ServiceImpl::describeFocused(ZQUILogKeyboardEvent& record, const ZQAccessib
   record.elementName = element.elementName(true);
   record.elementValue = cutForRecord(element.axValue());
   setSurroundings(record, element);
-  return judgement.verdict == Verdict::record && !isListed;
+  return !isListed && guard.mayTellTyped(element.elementRef());
 }
 
 void ServiceImpl::describeFront(ZQUILogKeyboardEvent& record, std::int32_t process) const {

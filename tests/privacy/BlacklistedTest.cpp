@@ -226,6 +226,28 @@ TEST(Blacklisted, KeysHaveNoCharactersWhereTheyMayNotBelong) {
   }
 }
 
+TEST(Blacklisted, TitlesThatCarryAPageInFrontAreWithheld) {
+  const Event others[] = {kEvents[0], kEvents[4], kEvents[5], kEvents[6], kEvents[7]};
+  for (const char* touchedRole : {"AXButton", "AXRadioButton", "AXTextField"}) {
+    for (const Event& event : others) {
+      for (const bool isListed : {true, false}) {
+        Stage stage({"bank.example"});
+        const NodeId frame = stage.add(stage.group, "frame", "AXGroup", "", CGRect{{300, 200}, {50, 50}});
+        stage.set(stage.add(frame, "page", "AXWebArea", "My canary accounts", CGRect{{300, 200}, {50, 50}}), "AXURL",
+                  port::Url{isListed ? kListed : kOther});
+        stage.set(stage.window, "AXTitle", "My canary accounts - Browser");
+        const NodeId touched = stage.add(stage.group, "tab", touchedRole, "My canary acc", kFrame);
+        stage.set(touched, "AXTitle", touchedRole == std::string("AXRadioButton") ? "My canary acc" : "other");
+        stage.start();
+        event.happen(stage, touched);
+        const std::string all = stage.everything();
+        EXPECT_THAT(all, HasSubstr("\"id\"")) << event.name << ", " << touchedRole;
+        EXPECT_EQ(all.find(kCanary) == std::string::npos, isListed) << event.name << ", " << touchedRole;
+      }
+    }
+  }
+}
+
 TEST(Blacklisted, NothingIsReadOfItsWindowInAPicture) {
   Stage stage({}, {"vault"});
   const NodeId vault = stage.addApplication(200, "Vault");
