@@ -94,9 +94,17 @@ TEST(Keys, NoneWaitsLongerThanHalfASecondAndNoneHoldsAClickUp) {
   stage.type("d");
   EXPECT_EQ(stage.typed().back(), '.');
   EXPECT_LE(stage.now(), before + 0.15 + 0.51);
+  stage.external(10, {}, "\t");
+  bool hasClicked = false;
+  stage.platform->scriptedAccessibility().setFocusNewsDelay(10000ms, [&] {
+    if (!std::exchange(hasClicked, true)) {
+      stage.service->processExternalEvent(1, kOnButton.x, 1080 - 1 - kOnButton.y, 1, "");
+    }
+  });
   before = stage.now();
-  stage.service->processExternalEvent(10, 0, 0, 1, "e");
-  stage.external(1, kOnButton);
+  stage.type("e");
+  EXPECT_TRUE(hasClicked);
+  EXPECT_EQ(stage.typed().back(), '.');
   EXPECT_LE(stage.now(), before + 0.1);
 }
 
