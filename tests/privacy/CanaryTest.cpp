@@ -43,11 +43,15 @@ const Place kPlaces[] = {
        s.set(box, "AXValue", kCanary);
        return std::pair(addField(s, box, std::nullopt), box);
      }},
-    {"the value of what holds the field, seen from it",
+    {"the value of what holds the field far below, seen from it",
      [](Stage& s) {
        const NodeId box = s.add(s.group, "box", "AXComboBox", "", kFrame);
        s.set(box, "AXValue", kCanary);
-       const NodeId field = addField(s, s.add(box, "between", "AXGroup", "", kFrame));
+       NodeId deep = box;
+       for (int i = 0; i < 8; ++i) {
+         deep = s.add(deep, "", "AXGroup", "", kFrame);
+       }
+       const NodeId field = addField(s, deep);
        return std::pair(field, field);
      }},
     {"a sibling",
