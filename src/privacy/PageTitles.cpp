@@ -6,7 +6,7 @@ namespace zqlogging {
 namespace {
 
 /// The most elements among which a page is looked for in a window.
-constexpr std::size_t kMaxLooked = 300;
+constexpr std::size_t kMaxLooked = 150;
 
 /// Whether elements of this role hold no pages.
 bool isLeaf(const std::string& role) {
