@@ -33,8 +33,11 @@ class ZQ_EXPORT JsonObject {
   /// \return     null when there is no such key; it and the text in it are owned by this object
   [[nodiscard]] const Value* find(std::string_view key) const;
 
+  JsonObject(const JsonObject&) = delete;
+  JsonObject& operator=(const JsonObject&) = delete;
   JsonObject(JsonObject&&) = default;
   JsonObject& operator=(JsonObject&&) = default;
+  ~JsonObject() = default;
 
  private:
   struct Member {

@@ -71,6 +71,8 @@ struct NameAndPath {
 /// Everything behind the public surface of one service. Each group of operations has a file of its own.
 struct ServiceImpl {
   ServiceImpl(ZQLoggingervice& owner, std::shared_ptr<port::Platform> desktop);
+  ServiceImpl(const ServiceImpl&) = delete;
+  ServiceImpl& operator=(const ServiceImpl&) = delete;
   ~ServiceImpl();
 
   // Intake.cpp: forwarded input and remote commands. On the worker, except for the next three.

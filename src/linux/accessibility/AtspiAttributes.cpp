@@ -10,7 +10,6 @@
 namespace zqlogging {
 
 using port::Array;
-using port::ElementRef;
 using port::Result;
 using port::ResultCode;
 using port::Value;
