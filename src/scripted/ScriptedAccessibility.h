@@ -41,8 +41,8 @@ class ScriptedAccessibility final : public Accessibility {
   /// registered it for the element or for their application's element.
   void notify(const std::string& notification, NodeId node, std::int32_t pid);
 
-  /// Zero at first: on a scripted desktop news are there at once. `whileWaiting` runs on the thread that waits for them.
-  /// Not while events are handled.
+  /// Zero at first: on a scripted desktop news are there at once. `whileWaiting` runs on the thread that waits for
+  /// them. Not while events are handled.
   void setFocusNewsDelay(std::chrono::milliseconds delay, std::function<void()> whileWaiting = nullptr) {
     focusNewsDelay_ = delay;
     whileWaiting_ = std::move(whileWaiting);
