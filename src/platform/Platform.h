@@ -89,6 +89,9 @@ class Platform {
   virtual std::unique_ptr<TextRecognition> createTextRecognition() = 0;
   /// The folder of the session log file; created when it is missing.
   virtual std::string cachesFolder() = 0;
+  /// Whether all work, long reads and changes of files included, is done on the thread that gives rise to it, so that
+  /// everything happens in one order.
+  [[nodiscard]] virtual bool worksInline() const { return false; }
   /// The host application's identifier, e.g. its desktop entry id.
   virtual std::optional<std::string> hostIdentifier() = 0;
 

@@ -44,6 +44,8 @@ class ScriptedPlatform final : public Platform {
   std::unique_ptr<TextRecognition> createTextRecognition() override { return recognition_.createRecognizer(); }
   std::string cachesFolder() override { return folder().path(); }
   std::optional<std::string> hostIdentifier() override { return hostIdentifier_; }
+  [[nodiscard]] bool worksInline() const override { return worksInline_; }
+  void setWorksInline(bool value) { worksInline_ = value; }
 
  private:
   VirtualTime time_;
@@ -55,6 +57,7 @@ class ScriptedPlatform final : public Platform {
   ScriptedRecognition recognition_;
   std::optional<std::string> hostIdentifier_;
   std::optional<std::string> initialLogFile_;
+  bool worksInline_ = true;
   std::mutex folderMutex_;
   std::optional<PrivateFolder> folder_;
 };

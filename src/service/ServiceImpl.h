@@ -141,10 +141,16 @@ struct ServiceImpl {
   static void reportAppend(SessionLogFile::AppendResult result);
   void sendEvents(bool isLastChunk, std::function<void(bool)> completion);
   /// The host has the records up to `end`.
-  void acknowledge(std::uint64_t end);
+  void acknowledge(EventLog::ChunkEnd end);
+  /// Brings the file in line with the list, now or on the thread for the file.
+  void changeFile();
+  void changeFileOnItsThread();
+  void onFileThread(std::function<void()> work);
   void clearLogs();
   void storeSessionCode(const std::string& sessionCode);
   void readBackPreviousSession(const std::string& sessionCode);
+  bool readEntry(std::string_view entry, bool isTooLong, RecordList& records);
+  void deliverReadBack(EventLog::ReadBack read, const std::string& sessionCode);
 
   // Failure.cpp: what other code throws ends here.
   /// Runs the work on one event; a failure drops the event and is written to a log.
@@ -188,7 +194,9 @@ struct ServiceImpl {
 
   std::int64_t iterateDOMDepth = 0;  // on the worker alone
 
-  SerialQueue<WorkItem> serialQueue;  // last, so that the worker has ended before anything else is gone
+  // Last, so that their workers have ended before anything else is gone.
+  SerialQueue<WorkItem> serialQueue;
+  SerialQueue<std::function<void()>> fileQueue;  // what takes long with the log file
 };
 
 /// The part of a text that records keep.
