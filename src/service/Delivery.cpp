@@ -6,8 +6,8 @@
 #include "diagnostics/DeveloperTiers.h"
 #include "events/EventCoding.h"
 #include "json/DecodingError.h"
-#include "json/JsonObject.h"
 #include "service/ServiceImpl.h"
+#include "zqlogging/JsonObject.h"
 
 namespace zqlogging {
 namespace {
@@ -95,7 +95,7 @@ void ServiceImpl::changeFile() {
   }
   const auto alive = service.weak_from_this().lock();
   if (alive != nullptr && !platform->worksInline() && log.mustChangeFile()) {
-    onFileThread([alive] { alive->impl_->changeFileOnItsThread(); });
+    onFileThread([alive] { alive->impl_->perform([&] { alive->impl_->changeFileOnItsThread(); }); });
   } else if (error) {
     trace("Could not delete log file: " + *error);
   }

@@ -159,10 +159,20 @@ bool EventLog::mustChangeFile() const {
 }
 
 std::optional<std::string> EventLog::changeFile() {
-  const std::unique_lock alone(changing_, std::try_to_lock);
-  if (!alone.owns_lock()) {
-    return std::nullopt;
+  // Who finds another thread at it leaves its part to that one, which therefore looks again when it has done.
+  constexpr int kMaxTurns = 10;
+  std::optional<std::string> error;
+  for (int turn = 0; turn < kMaxTurns && !error && mustChangeFile(); ++turn) {
+    const std::unique_lock alone(changing_, std::try_to_lock);
+    if (!alone.owns_lock()) {
+      break;
+    }
+    error = changeFileAlone();
   }
+  return error;
+}
+
+std::optional<std::string> EventLog::changeFileAlone() {
   std::vector<std::uint64_t> removed;
   std::uint64_t clears = 0;
   SessionLogFile file(path_);

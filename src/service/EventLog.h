@@ -65,8 +65,8 @@ class EventLog {
   /// Whether the file holds entries that should not be there any more.
   [[nodiscard]] bool mustChangeFile() const;
   /// Takes the entries of removed records out of the file, and writes what is in memory alone. Takes as long as reading
-  /// the file does; one at a time, others meanwhile return at once. When it cannot be done it is kept for the next
-  /// call, and the reason given.
+  /// the file does; one thread at a time, which then does the others' part too. When it cannot be done it is kept for
+  /// the next call, and the reason given.
   std::optional<std::string> changeFile();
 
   /// Drops everything, from the list and from the disk. The reason when the file cannot be deleted. `letGo` is given
@@ -98,6 +98,7 @@ class EventLog {
  private:
   Stamp nextStamp();
   SessionLogFile::AppendResult appendLocked(LogEvent record);
+  std::optional<std::string> changeFileAlone();
   void writeWaiting(std::size_t maxBytes);
   void keepHashes(std::string_view entry, std::uint64_t place, int copies);
 

@@ -51,7 +51,7 @@ ServiceImpl::ServiceImpl(ZQLoggingervice& owner, std::shared_ptr<port::Platform>
       ocr(platform) {}
 
 ServiceImpl::~ServiceImpl() {
-  changeFile();  // what another process kept us from
+  perform([this] { changeFile(); });  // what another process kept us from
   if (observer != nullptr && !platform->mainLoop().isMainThread()) {
     // An observer belongs to the thread that made it.
     platform->mainLoop().runSoon([desktop = platform, last = std::move(observer)]() mutable { last.reset(); });
