@@ -153,6 +153,11 @@ void EventLog::remove(ChunkEnd end) {
   waitingMayWork_ = !waiting_.empty();
 }
 
+bool EventLog::entriesMustGo() const {
+  const std::lock_guard lock(mutex_);
+  return !removed_.empty() || holdsNothing_;
+}
+
 bool EventLog::mustChangeFile() const {
   const std::lock_guard lock(mutex_);
   return !removed_.empty() || holdsNothing_ || (waitingMayWork_ && !waiting_.empty());
@@ -162,12 +167,16 @@ std::optional<std::string> EventLog::changeFile() {
   // Who finds another thread at it leaves its part to that one, which therefore looks again when it has done.
   constexpr int kMaxTurns = 10;
   std::optional<std::string> error;
-  for (int turn = 0; turn < kMaxTurns && !error && mustChangeFile(); ++turn) {
+  for (int turn = 0; turn < kMaxTurns && !error && entriesMustGo(); ++turn) {
     const std::unique_lock alone(changing_, std::try_to_lock);
     if (!alone.owns_lock()) {
       break;
     }
     error = changeFileAlone();
+  }
+  const std::lock_guard lock(mutex_);
+  if (waitingMayWork_) {
+    writeWaiting(kMaxWithOneAppend);
   }
   return error;
 }
@@ -197,7 +206,6 @@ std::optional<std::string> EventLog::changeFileAlone() {
   file_.lookAgain();
   removed_.erase(removed_.begin(), removed_.begin() + static_cast<std::ptrdiff_t>(removed.size()));
   holdsNothing_ = false;
-  writeWaiting(kMaxWithOneAppend);
   return std::nullopt;
 }
 

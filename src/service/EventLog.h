@@ -62,7 +62,7 @@ class EventLog {
   /// Drops the records before `end` that are still there. Their entries leave the file with the next `changeFile`.
   void remove(ChunkEnd end);
 
-  /// Whether the file holds entries that should not be there any more.
+  /// Whether the file holds entries that should not be there any more, or lacks some that it can be given.
   [[nodiscard]] bool mustChangeFile() const;
   /// Takes the entries of removed records out of the file, and writes what is in memory alone. Takes as long as reading
   /// the file does; one thread at a time, which then does the others' part too. When it cannot be done it is kept for
@@ -98,6 +98,7 @@ class EventLog {
  private:
   Stamp nextStamp();
   SessionLogFile::AppendResult appendLocked(LogEvent record);
+  [[nodiscard]] bool entriesMustGo() const;
   std::optional<std::string> changeFileAlone();
   void writeWaiting(std::size_t maxBytes);
   void keepHashes(std::string_view entry, std::uint64_t place, int copies);
