@@ -71,11 +71,11 @@ std::optional<std::string> whatIsWrongWithFolderOf(const std::string& path) {
 SessionLogFile::SessionLogFile(std::string path) : path_(std::move(path)) {}
 
 Descriptor SessionLogFile::openForAppending(Appended& failure) const {
-  if (!present_ && whatIsWrongWithFolderOf(path_)) {
+  if (!isKnown_ && whatIsWrongWithFolderOf(path_)) {
     failure.result = AppendResult::notOpened;
     return Descriptor();
   }
-  const int flags = (present_ ? O_WRONLY : O_RDWR) | O_APPEND;
+  const int flags = (isKnown_ ? O_WRONLY : O_RDWR) | O_APPEND;
   // Between not being there and being created by somebody else it may change a few times.
   constexpr int kMaxTurns = 3;
   Descriptor file;
@@ -107,13 +107,13 @@ SessionLogFile::Appended SessionLogFile::append(std::string_view entriesWithSepa
     appended = appendOnce(entriesWithSeparators, wasReplaced);
     appended.copies = copies;
     if (appended.result != AppendResult::written) {
-      present_.reset();
+      isKnown_ = false;
       return appended;
     }
     if (!wasReplaced) {
       return appended;
     }
-    present_.reset();
+    isKnown_ = false;
   }
   return appended;
 }
@@ -127,7 +127,7 @@ SessionLogFile::Appended SessionLogFile::appendOnce(std::string_view entries, bo
   appended = {AppendResult::notOpened, false, 1};
   std::string closed;
   std::optional<FileFacts> facts;
-  if (!present_) {
+  if (!isKnown_) {
     facts = factsOf(file.get());
     if (!facts || !facts->isOwnRegularFile) {
       appended.mayWorkLater = !facts;
@@ -154,18 +154,16 @@ SessionLogFile::Appended SessionLogFile::appendOnce(std::string_view entries, bo
     }
     return {AppendResult::notWritten, written >= 0 || mayPass(error), 1};
   }
+  // Compared while the file is open: only as long as that is its number its own.
+  const auto mine = factsOf(file.get());
   const auto atPath = factsOf(path_);
   if (!atPath) {
     wasReplaced = errno == ENOENT;
-    present_.reset();
+    isKnown_ = false;
     return {};
   }
-  if (present_ && atPath->identity == *present_) {
-    return {};
-  }
-  const auto mine = facts ? facts : factsOf(file.get());
   wasReplaced = !mine || !(mine->identity == atPath->identity);
-  present_ = wasReplaced ? std::nullopt : std::optional(atPath->identity);
+  isKnown_ = !wasReplaced;
   return {};
 }
 
@@ -193,7 +191,7 @@ SessionLogFile::Opened SessionLogFile::open() const {
 
 std::optional<std::string> SessionLogFile::remove(const std::function<void(Descriptor)>& letGo) {
   constexpr std::uint64_t kLarge = std::uint64_t{1} << 20U;
-  present_.reset();
+  isKnown_ = false;
   if (auto wrong = whatIsWrongWithFolderOf(path_)) {
     return wrong;
   }

@@ -41,7 +41,7 @@ class SessionLogFile {
   Appended append(std::string_view entriesWithSeparators);
 
   /// Others may have changed the file.
-  void lookAgain() { present_.reset(); }
+  void lookAgain() { isKnown_ = false; }
 
   /// The file, open for reading; not open when there is none that may be read.
   struct Opened {
@@ -60,7 +60,7 @@ class SessionLogFile {
   Appended appendOnce(std::string_view entries, bool& wasReplaced);
 
   std::string path_;
-  std::optional<FileIdentity> present_;  // an own file that ends with a separator, as far as we know
+  bool isKnown_ = false;  // an own file that ends with a separator, as far as we know
 };
 
 /// Why the folder of a log file must not be used; nothing also when it is not there.
