@@ -154,11 +154,9 @@ PROGRAMS = {
         right text:*
         key Escape
         click menu item:Help
-        click menu item:About FeatherPad
-        click push button:Close
+        click menu item:About
     """), scale_variable="QT_SCALE_FACTOR"),
     "qt6ct": Program(["qt6ct"], lines("""
-        click push button:Hide
         click radio button:Custom
         click radio button:Default
         click combo box:airy
@@ -170,8 +168,6 @@ PROGRAMS = {
         click page tab:Tab 1
         click push button:PushButton
         click page tab:Fonts
-        each 2 push button
-        key Escape
         click page tab:Icon Theme
         each 2 tree item
         each 2 table cell
@@ -182,7 +178,6 @@ PROGRAMS = {
         click spin button:*
         click page tab:Style Sheets
         each 2 push button
-        key Escape
         click page tab:Troubleshooting
         click page tab:Appearance
         click push button:Apply

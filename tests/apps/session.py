@@ -45,12 +45,16 @@ class NotThere(Exception):
     pass
 
 
-def inner_control(facts, place, point):
-    """A box with an entry in it is touched where the entry is."""
-    for child in facts.children:
+CONTROLS = {"push button", "toggle button", "check box", "radio button", "link", "menu item", "menu", "page tab", "entry",
+            "text", "check menu item", "radio menu item", "password text", "spin button", "slider", "switch"}
+
+
+def innermost(facts, place, point):
+    """What is touched: what is inside a control is but its looks, and anything else is touched where its parts are."""
+    for child in reversed(facts.children if facts.role not in CONTROLS else []):
         x, y, width, height = place.frame(child.extents)
-        if child.role in ("entry", "text", "push button") and 0 <= point[0] - x < width and 0 <= point[1] - y < height:
-            return child
+        if child.has_size() and 0 <= point[0] - x < width and 0 <= point[1] - y < height:
+            return innermost(child, place, point)
     return facts
 
 
@@ -115,13 +119,13 @@ class Session:
             point = (round(x + min(width / 2, self.program.reach)), round(y + height / 2))
             over = [window for window in windows if window.contains(point)]
             if over and min(width, height) >= 4:
-                yield inner_control(facts, place, point), place, title or over[0].title, point
+                yield innermost(facts, place, point), place, title or over[0].title, point
 
-    def find(self, target):
+    def find(self, target, patience=SECONDS_TO_APPEAR):
         """ROLE:NAME, or ROLE:* for any, with #N for the Nth of them."""
         target, _, number = target.partition(" #")
         role, _, name = target.partition(":")
-        end = time.monotonic() + SECONDS_TO_APPEAR
+        end = time.monotonic() + patience
         while time.monotonic() < end:
             found = list(self.candidates(role, name))
             if len(found) > int(number or 0):
@@ -230,7 +234,7 @@ class Session:
         if verb == "key":
             do("key", rest)
         elif verb == "find":
-            self.find(rest)
+            self.find(rest, SECONDS_TO_START)
         elif verb == "wait":
             time.sleep(float(rest))
         else:

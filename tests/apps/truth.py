@@ -78,7 +78,8 @@ class Truth:
         compare("application", self.application, record["applicationName"],
                 record["applicationName"] and self.application in ("", record["applicationName"]))
         compare("identifier", "some", record["applicationId"], bool(record["applicationId"]))
-        compare("page", self.page, click.get("url"), self.page is None or self.page == click.get("url"))
+        page = click.get("url", "").partition("#")[0]
+        compare("page", self.page, page, self.page is None or self.page == page)
         return found
 
     def verdict(self, record, click):
