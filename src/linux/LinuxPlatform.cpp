@@ -14,6 +14,7 @@ namespace zqlogging {
 LinuxPlatform::LinuxPlatform()
     : accessibility_(*this),
       workspace_(accessibility_),
+      session_(workspace_, [this] { return cachesFolder(); }),
       launchedEntry_(launchedDesktopEntry(getpid())),
       executable_(executableName(getpid())) {}
 

@@ -2,6 +2,7 @@
 
 #include "linux/accessibility/LinuxAccessibility.h"
 #include "linux/loop/GlibMainLoop.h"
+#include "linux/session/LinuxSession.h"
 #include "linux/session/LinuxWorkspace.h"
 #include "linux/system/LinuxClock.h"
 #include "linux/system/LinuxDefaults.h"
@@ -23,10 +24,12 @@ class LinuxPlatform final : public port::Platform {
   std::unique_ptr<port::TextRecognition> createTextRecognition() override;
   std::string cachesFolder() override;
   std::optional<std::string> hostIdentifier() override;
+  port::Session* session() override { return &session_; }
 
  private:
   LinuxAccessibility accessibility_;
   LinuxWorkspace workspace_;
+  LinuxSession session_;
   GlibMainLoop mainLoop_;
   LinuxDefaults defaults_;
   LinuxClock clock_;

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/Accessibility.h"
+#include "platform/Session.h"
 #include "platform/TextRecognition.h"
 #include "platform/Workspace.h"
 
@@ -91,6 +92,8 @@ class Platform {
   virtual std::string cachesFolder() = 0;
   /// The host application's identifier, e.g. its desktop entry id.
   virtual std::optional<std::string> hostIdentifier() = 0;
+  /// The care for the session; null on a desktop that needs none.
+  virtual Session* session() { return nullptr; }
 
   /// The accessibility layer's one wrapper of this desktop's system-wide element, kept here so that it lives as long
   /// as the desktop does.

@@ -54,6 +54,8 @@ class Workspace {
   /// Delivers the notification on the main thread for as long as the result lives.
   virtual std::unique_ptr<Subscription> subscribe(NotificationName name,
                                                   std::function<void(const Notification&)> handler) = 0;
+  /// Delivers didActivateApplication, later and on the main thread, about the application that is in front already.
+  virtual void announceFrontmost() = 0;
 };
 
 }  // namespace zqlogging::port

@@ -45,6 +45,8 @@ void ServiceImpl::tellDelegate(const std::function<void(ZQLoggerDelegate&)>& cal
   }
 }
 
+void ServiceImpl::tellHost(const std::function<void()>& call) const { callHost(*platform, call); }
+
 void ServiceImpl::complete(port::Platform& desktop, const std::function<void(bool)>& completion, bool flag) {
   if (completion) {
     callHost(desktop, [&] { completion(flag); });

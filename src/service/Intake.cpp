@@ -80,6 +80,7 @@ void ServiceImpl::prepareRecognition() {
 }
 
 void ServiceImpl::handle(WorkItem& item) {
+  checkDriven();
   if (std::holds_alternative<PrepareRecognition>(item)) {
     perform([&] { ocr.prepare(); });
     return;
@@ -215,6 +216,7 @@ void ServiceImpl::appendMouseEvent(const ZQAccessibilityElement& element, const 
 
 void ServiceImpl::recordRemoteCommand(const std::string& cli, const std::string& role, const std::string& command,
                                       const std::optional<std::string>& details) {
+  checkDriven();
   auto record = std::make_shared<ZQUILogRemoteCommand>();
   record->cli = validUtf8(cli);
   record->role = validUtf8(role);

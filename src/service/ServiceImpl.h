@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <functional>
@@ -22,6 +23,7 @@
 #include "privacy/TypedText.h"
 #include "service/EventLog.h"
 #include "service/SerialQueue.h"
+#include "service/TaskThread.h"
 #include "vision/ZQVisionRecognizer.h"
 #include "zqlogging/ZQLoggingervice.h"
 
@@ -31,6 +33,8 @@ class ZQUILogKeyboardEvent;
 
 /// The source value that marks an event injected by remote control.
 constexpr std::int64_t kRemoteSource = 1;
+/// Between two chunks.
+constexpr std::chrono::seconds CHUNKS_INTERVAL{20};
 
 /// A pointer or key event as the host forwarded it.
 struct ForwardedEvent {
@@ -146,11 +150,24 @@ struct ServiceImpl {
   void storeSessionCode(const std::string& sessionCode);
   void readBackPreviousSession(const std::string& sessionCode);
 
+  // SessionCare.cpp: whether the session can be recorded well. What waits for others runs on a thread of its own.
+  /// Puts back what a crash has left, and writes a line when records will be poor.
+  void lookAtSession();
+  void enableAccessibility(std::function<void(const EnabledAccessibility&)> completion);
+  void endAnnouncement();
+  /// The main loop has come by.
+  void noteDriven();
+  /// Writes a line when it has not for too long. Any thread.
+  void checkDriven();
+  void runBeside(std::function<void()> task);
+
   // Failure.cpp: what other code throws ends here.
   /// Runs the work on one event; a failure drops the event and is written to a log.
   void perform(const std::function<void()>& work) const;
   /// Calls the delegate, when there is one.
   void tellDelegate(const std::function<void(ZQLoggerDelegate&)>& call);
+  /// Calls other code of the host.
+  void tellHost(const std::function<void()>& call) const;
   /// Calls a completion that the host gave.
   static void complete(port::Platform& desktop, const std::function<void(bool)>& completion, bool flag);
 
@@ -162,6 +179,13 @@ struct ServiceImpl {
   std::atomic<bool> includeSiblings = true;
   std::atomic<bool> iterateDOM = true;
   std::atomic<bool> debuLogging = false;
+  std::atomic<bool> followsFromStart = false;
+
+  std::atomic<bool> isWatched = false;  ///< a session runs, so that its timer should come by
+  std::atomic<double> drivenAt = 0;     ///< when it did last, or the session began
+  std::atomic<bool> isUndrivenTold = false;
+  std::atomic<std::uint64_t> announcements = 0;                                      ///< how often it was ended
+  const std::shared_ptr<std::string> lastWarning = std::make_shared<std::string>();  ///< the task thread's
 
   std::mutex mutex;  // guards the next five, for copying in and out alone
   bool recognitionPrepared = false;
@@ -185,6 +209,9 @@ struct ServiceImpl {
   std::vector<std::unique_ptr<port::Subscription>> subscriptions;
   std::shared_ptr<Observer> observer;
   std::shared_ptr<Application> app;
+  std::shared_ptr<port::Announcement> announcement;
+
+  TaskThread taskThread;
 
   std::int64_t iterateDOMDepth = 0;  // on the worker alone
 

@@ -98,6 +98,7 @@ TEST_F(FollowTest, WhatHappensInSeveralApplicationsIsRecordedInOrderAndOnce) {
   const ElementRef page = applicationOf(*browser);
   ASSERT_TRUE(eventually([&] { return frameOf(find(page, "AXTextField", "Name")).size.width > 0; }));
   const auto recorder = record({"--answer", "no"});
+  expect({"Application", "Window Order form - Chromium", "WebArea Order form"});  // in front from the start
 
   activate("First");
   expect({"Application", "Window First", "Button Press me"});
@@ -159,6 +160,7 @@ TEST_F(FollowTest, AStoppedApplicationHoldsNobodyUp) {
     return eventually([&] { return !(recorded().*texts).empty() && (track.*texts).back() == expected; });
   };
 
+  expect({"Application", "Window Second", "Button Press me"});
   activate("First");
   expect({"Application", "Window First", "Button Press me"});
   first.signal(SIGSTOP);
@@ -231,6 +233,7 @@ TEST_F(FollowTest, RecordingGoesOnWithAnotherAccessibilityBus) {
   const Program first({GTK_APP, "--title", "First"});
   shown(first, "First");
   const auto recorder = record({"--answer", "no"});
+  expect({"Application", "Window First", "Button Press me"});
   const pid_t bus = ownerOf(Bus::accessibility, "org.freedesktop.DBus");
   ASSERT_GT(bus, 1);
   kill(bus, SIGKILL);

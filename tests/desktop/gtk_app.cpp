@@ -3,8 +3,9 @@
 //   gtk_app [--title TITLE] [--at X,Y]
 //
 // Lines on standard input change it: "dialog" opens a modal dialog, "answer" closes it, "focus NAME" moves the focus,
-// "quit" ends it.
+// "join" brings one that was started with NO_AT_BRIDGE=1 to the accessibility bus, "quit" ends it.
 
+#include <atk-bridge.h>
 #include <gtk/gtk.h>
 
 #include <cstdio>
@@ -152,6 +153,10 @@ gboolean obey(GIOChannel* input, GIOCondition, gpointer window) {
   }
   if (command == "answer") {
     gtk_widget_destroy(controls.at("dialog"));
+  }
+  if (command == "join") {
+    unsetenv("NO_AT_BRIDGE");
+    atk_bridge_adaptor_init(nullptr, nullptr);
   }
   if (command == "quit") {
     gtk_widget_destroy(GTK_WIDGET(window));

@@ -106,6 +106,7 @@ struct FakePlatform : port::Platform, port::Accessibility, port::Workspace, port
                                                 std::function<void(const port::Notification&)>) override {
     return nullptr;
   }
+  void announceFrontmost() override {}
 
   void systemLog(std::string_view, std::string_view, std::string_view) override {}
   void generalLog(std::string_view message) override { general.emplace_back(message); }

@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
   int exitCode = exitDone;
   addRecord(program, exitCode);
   addInspect(program, exitCode);
+  addDoctor(program, exitCode);
   addReplay(program, exitCode);
   addRecognize(program, exitCode);
   try {

@@ -36,6 +36,7 @@ struct Options {
   bool noTreeWalk = false;
   bool ocr = false;
   bool trace = false;
+  bool noEnableAccessibility = false;
   std::optional<double> seconds;
   std::string answer = "yes";
 };
@@ -105,6 +106,15 @@ void sayWhetherTextIsRecognized(zqlogging::port::Platform& desktop) {
   }
 }
 
+void sayWhatCameOf(const zqlogging::EnabledAccessibility& result) {
+  if (!result.enabled) {
+    std::cerr << "zqlog: programs cannot be told that somebody listens; 'zqlog doctor' tells more\n";
+  }
+  for (const std::string& program : result.needRestart) {
+    std::cerr << "zqlog: " << program << " must be started again to be recorded well\n";
+  }
+}
+
 int record(const Options& options) {
   watchEndSignals();
   InputForwarder forwarder;
@@ -143,6 +153,10 @@ int record(const Options& options) {
     serverLost = true;
     zqlogging::wakeMainLoop();
   };
+  service->setFollowsFromStart(true);
+  if (!options.noEnableAccessibility) {
+    service->enableAccessibility(sayWhatCameOf);
+  }
   if (!service->start(options.session, options.urls, options.processes)) {
     printLine(startLine(false));
     throw std::runtime_error("the accessibility service does not answer (is at-spi2-core installed and running?)");
@@ -186,6 +200,8 @@ void addRecord(CLI::App& program, int& exitCode) {
   command->add_flag("--no-tree-walk", options->noTreeWalk,
                     "Do not search a window's tree where the desktop finds only the window");
   command->add_flag("--ocr", options->ocr, "Recognize the text around each click, in a picture of the screen");
+  command->add_flag("--no-enable-accessibility", options->noEnableAccessibility,
+                    "Do not tell programs that somebody listens: many then tell nothing of what is in their windows");
   command->add_flag("--trace", options->trace, "Write the library's own trace to the system log");
   command->add_option("--seconds", options->seconds, "End after this time")->check(CLI::Range(0.0, 1e7));
   command->add_option("--answer", options->answer, "Answer to each chunk; 'no' keeps the records for the next one")

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "linux/accessibility/LinuxAccessibility.h"
+#include "linux/atspi/AtspiEvents.h"
 #include "linux/atspi/AtspiProcesses.h"
 #include "linux/session/ApplicationIdentity.h"
 #include "linux/session/SystemNotifications.h"
@@ -312,6 +313,14 @@ std::unique_ptr<port::Subscription> LinuxWorkspace::subscribe(port::Notification
   auto subscription = std::make_unique<SubscriptionHandle>(*this, std::move(subscriber));
   adjustSources();
   return subscription;
+}
+
+void LinuxWorkspace::announceFrontmost() {
+  runOn(g_main_context_default(), [this] {
+    if (const auto pid = frontmostProcess()) {
+      applicationActivated(*pid);
+    }
+  });
 }
 
 void LinuxWorkspace::adjustSources() {

@@ -35,6 +35,7 @@ class LinuxWorkspace final : public port::Workspace {
   std::vector<CGRect> screens() override;
   std::unique_ptr<port::Subscription> subscribe(port::NotificationName name,
                                                 std::function<void(const port::Notification&)> handler) override;
+  void announceFrontmost() override;
 
  private:
   /// What a client window tells about its application; it says so before it is mapped and keeps to it.
