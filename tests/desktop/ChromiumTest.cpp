@@ -51,7 +51,7 @@ TEST_F(ChromiumTest, WhatIsOnAPageIsHitAndRead) {
       {"AXTextField", "Find an article", {{"AXValue", "-"}}},
       {"AXTextField", "Secret", {{"AXValue", "-"}, {"AXSubrole", "AXSecureTextField"}}},
       {"AXCheckBox", "Gift wrapping", {{"AXValue", "1"}}},
-      {"AXComboBox", "Size", {}},
+      {"AXComboBox", "Size", {{"AXValue", "Large"}}},
       {"AXTextArea", "Note", {{"AXValue", "Leave at the door"}}},
       {"AXStaticText", "Pencils", {{"AXValue", "Pencils"}, {"AXParent", "AXRow:"}}},
   };

@@ -40,7 +40,7 @@ TEST_F(QtTest, ControlsAreHitAndReadAndTheApplicationLives) {
       {"AXCheckBox", "Wrap lines", "1"}, {"AXStaticText", "City", "-"},
       {"AXTextField", "City", "Vienna"}, {"AXComboBox", "Green", "-"},
       {"AXRow", "Pears", "-"},           {"AXTextArea", "One line\nand another", "One line\nand another"},
-      {"AXRadioButton", "Details", "0"},
+      {"AXRadioButton", "Details", "0"}, {"AXIncrementor", "", "7.00"},
   };
   for (const auto& expected : controls) {
     SCOPED_TRACE(std::string(expected.role) + " " + expected.name);
@@ -58,6 +58,17 @@ TEST_F(QtTest, ControlsAreHitAndReadAndTheApplicationLives) {
   EXPECT_TRUE(sample.isRunning());
   EXPECT_EQ(pathOf(find(app, "AXRow", "Pears")), "AXApplication:qt_app/AXWindow:Sample/AXGroup:/AXList:/AXRow:Pears");
   EXPECT_EQ(textOf(app, "AXDescription"), "");
+}
+
+TEST_F(QtTest, AWindowIsWhatLiesDirectlyUnderTheApplication) {
+  const Program plain{{QT_APP, "--at", "600,60", "--plain"}};
+  const ElementRef other = desktop.accessibility().createApplicationElement(plain.pid());
+  ASSERT_TRUE(eventually([&] { return find(other, "AXButton", "Framed") != nullptr; }));
+  const ElementRef button = find(other, "AXButton", "Framed");
+  EXPECT_EQ(pathOf(button), "AXApplication:qt_app/AXWindow:Plain/AXGroup:/AXButton:Framed");
+  EXPECT_EQ(valueOf(button, "AXWindow"), "AXWindow:Plain");
+  EXPECT_TRUE(eventually([&] { return isHit(button); }));
+  EXPECT_TRUE(eventually([&] { return valueOf(other, "AXMainWindow") == "AXWindow:Plain"; }));
 }
 
 TEST_F(QtTest, TheFocusIsFoundBelowATabThatClaimsIt) {

@@ -1,17 +1,20 @@
-// A Qt 5 application with one control of each kind that the tests touch.
+// A Qt 5 application with one control of each kind that the tests touch. With --plain its window is a bare widget with
+// a button in a frame.
 //
-//   qt_app [--at X,Y]
+//   qt_app [--at X,Y] [--plain]
 
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QTabWidget>
 #include <QTextEdit>
 #include <QVBoxLayout>
@@ -43,6 +46,9 @@ QWidget* createControls() {
   combo->addItems({"Red", "Green", "Blue"});
   combo->setCurrentIndex(1);
   column->addWidget(combo);
+  auto* amount = new QSpinBox;
+  amount->setValue(7);
+  column->addWidget(amount);
   auto* list = new QListWidget;
   list->addItems({"Apples", "Pears"});
   column->addWidget(list);
@@ -58,15 +64,31 @@ QWidget* createControls() {
   return controls;
 }
 
+void showPlainWindow(int x, int y) {
+  auto* window = new QWidget;
+  window->setWindowTitle("Plain");
+  auto* frame = new QFrame;
+  (new QVBoxLayout(frame))->addWidget(new QPushButton("Framed"));
+  (new QVBoxLayout(window))->addWidget(frame);
+  window->setGeometry(x, y, 300, 200);
+  window->show();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   QApplication application(argc, argv);
   int x = 40, y = 60;
-  for (int i = 1; i + 1 < argc; ++i) {
-    if (!std::strcmp(argv[i], "--at")) {
+  bool isPlain = false;
+  for (int i = 1; i < argc; ++i) {
+    isPlain = isPlain || !std::strcmp(argv[i], "--plain");
+    if (!std::strcmp(argv[i], "--at") && i + 1 < argc) {
       std::sscanf(argv[i + 1], "%d,%d", &x, &y);
     }
+  }
+  if (isPlain) {
+    showPlainWindow(x, y);
+    return QApplication::exec();
   }
   QMainWindow window;
   window.setWindowTitle("Sample");

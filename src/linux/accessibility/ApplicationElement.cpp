@@ -67,6 +67,10 @@ Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribut
     const bool hasName = running && running->bundleIdentifier && !running->bundleIdentifier->empty();
     return hasName ? Result<Value>(Value(*running->bundleIdentifier)) : Result<Value>(ResultCode::noValue);
   }
+  if (attribute == "AXRole") {
+    return processExists(pid_) ? Result<Value>(Value(std::string("AXApplication")))
+                               : Result<Value>(ResultCode::invalidUIElement);
+  }
   // Some toolkits describe an application by the path of its executable.
   if (attribute == "AXDescription") {
     return ResultCode::noValue;
@@ -78,7 +82,7 @@ Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribut
     }
     const AtspiSubject subject{elements(), batch, roots.front(), timeout()};
     Result<Value> value = attributeValue(subject, attribute);
-    const bool isNameless = attribute == "AXTitle" && value.code == ResultCode::noValue;
+    const bool isNameless = attribute == "AXTitle" && !value;
     return isNameless ? valueOfStranger(attribute) : value;
   });
 }
@@ -87,9 +91,6 @@ Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribut
 Result<Value> ApplicationElement::valueOfStranger(const std::string& attribute) const {
   if (!processExists(pid_)) {
     return ResultCode::invalidUIElement;
-  }
-  if (attribute == "AXRole") {
-    return Value(std::string("AXApplication"));
   }
   const bool isKnown = std::find(std::begin(kStrangersAttributes), std::end(kStrangersAttributes), attribute) !=
                        std::end(kStrangersAttributes);

@@ -70,8 +70,25 @@ Result<Value> readRole(const AtspiSubject& subject) {
 }
 
 Result<Value> readSubrole(const AtspiSubject& subject) {
-  const Result<const RoleRow*> row = roleOf(subject);
-  return row ? nonEmpty(std::string(row.value->subrole)) : Result<Value>(row.code);
+  const Result<std::string> subrole = subroleName(subject);
+  return subrole ? nonEmpty(subrole.value) : Result<Value>(subrole.code);
+}
+
+bool isWindow(const AtspiSubject& subject) {
+  const Result<std::string> role = roleName(subject);
+  return role && role.value == "AXWindow";
+}
+
+/// The title of a window that says no name of its own is the one that the window manager shows.
+Result<Value> readTitle(const AtspiSubject& subject) {
+  const Result<Value> name = textOf(subject, AtspiRequest::name);
+  if (name.code != ResultCode::noValue || !isWindow(subject)) {
+    return name;
+  }
+  const auto pid = readProcess(subject.object, subject.batch, subject.seconds);
+  return pid ? nonEmpty(titleOnServer(subject.services().windows().windows(), *pid,
+                                      frameFrom(subject.read(AtspiRequest::extents))))
+             : name;
 }
 
 Result<Value> readEnabled(const AtspiSubject& subject) {
@@ -232,8 +249,7 @@ Result<Value> readWindows(const AtspiSubject& subject) {
   }
   std::vector<AtspiObject> windows;
   for (const AtspiObject& child : *children) {
-    const Result<std::string> role = roleName(subject.of(child));
-    if (role && role.value == "AXWindow") {
+    if (isWindow(subject.of(child))) {
       windows.push_back(child);
     }
   }
@@ -258,7 +274,7 @@ constexpr AttributeRow kAttributes[] = {
     {"AXRole", Having::everything, readRole},
     {"AXSubrole", Having::everything, readSubrole},
     {"AXRoleDescription", Having::everything, readText<AtspiRequest::roleName>},
-    {"AXTitle", Having::everything, readText<AtspiRequest::name>},
+    {"AXTitle", Having::everything, readTitle},
     {"AXDescription", Having::everything, readText<AtspiRequest::description>},
     {"AXHelp", Having::everything, readText<AtspiRequest::helpText>},
     {"AXIdentifier", Having::everything, readIdentifier},
@@ -296,7 +312,7 @@ constexpr AttributeRow kAttributes[] = {
 };
 // clang-format on
 
-bool hasAttribute(const RoleRow& row, const AttributeRow& attribute) {
+bool hasAttribute(const AtspiSubject& subject, const RoleRow& row, const AttributeRow& attribute) {
   const bool isApplication = row.role == "AXApplication";
   const bool isText = row.value == ValueSource::text || row.value == ValueSource::leafText;
   switch (attribute.having) {
@@ -315,7 +331,7 @@ bool hasAttribute(const RoleRow& row, const AttributeRow& attribute) {
     case Having::secret:
       return row.value == ValueSource::secret;
     case Having::window:
-      return row.role == "AXWindow";
+      return isWindow(subject);
     case Having::application:
       return isApplication;
     case Having::address:
@@ -335,7 +351,7 @@ Result<std::vector<std::string>> attributeNames(const AtspiSubject& subject) {
   }
   std::vector<std::string> names;
   for (const AttributeRow& attribute : kAttributes) {
-    if (hasAttribute(*row.value, attribute)) {
+    if (hasAttribute(subject, *row.value, attribute)) {
       names.emplace_back(attribute.name);
     }
   }
@@ -354,7 +370,7 @@ Result<Value> attributeValue(const AtspiSubject& subject, const std::string& att
     if (!role) {
       return role.code;
     }
-    if (!hasAttribute(*role.value, *row)) {
+    if (!hasAttribute(subject, *role.value, *row)) {
       return ResultCode::attributeUnsupported;
     }
   }

@@ -39,14 +39,13 @@ constexpr const char* kFocusChanged = "AXFocusedUIElementChanged";
 /// Whether the window that has been activated is one that the user works with. Menus and other popups are not, but some
 /// toolkits activate them too; a window with a role of its own is believed without asking the X server.
 bool isMainWindow(const AtspiSubject& window) {
-  const auto row = roleOf(window);
-  if (!row) {
+  const auto role = roleName(window);
+  if (!role || role.value != "AXWindow") {
     return false;
   }
-  if (row.value->subrole == "AXStandardWindow" || row.value->subrole == "AXDialog") {
-    return true;
-  }
-  return row.value->role == "AXWindow" && mainWindow(window.application()) == window.object;
+  const auto subrole = subroleName(window);
+  return (subrole && (subrole.value == "AXStandardWindow" || subrole.value == "AXDialog")) ||
+         mainWindow(window.application()) == window.object;
 }
 
 bool isSupported(const std::string& notification) {

@@ -24,9 +24,10 @@ struct AtspiSubject {
 
 /// The row of the object's role; null with the reason when it can't be read.
 port::Result<const RoleRow*> roleOf(const AtspiSubject& subject);
-/// AXRole, which for some roles depends on more than the role.
+/// AXRole and AXSubrole, which for some roles depend on more than the role.
 port::Result<std::string> roleName(const AtspiSubject& subject);
-/// The object's parent; the desktop above the applications is none.
+port::Result<std::string> subroleName(const AtspiSubject& subject);
+/// The object's parent, its application when it names none; above the application there is nothing.
 port::Result<AtspiObject> parentOf(const AtspiSubject& subject);
 /// The first of these object attributes that is there and not empty, or empty.
 std::string objectAttribute(const AtspiSubject& subject, std::initializer_list<const char*> keys);

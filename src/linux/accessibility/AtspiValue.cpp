@@ -8,6 +8,8 @@ using port::Value;
 
 namespace {
 
+constexpr int kMaxChoices = 100;
+constexpr int kMaxPartsOfCombo = 5;
 constexpr std::string_view kFiller = "\xEF\xBF\xBC";  // U+FFFC stands for an embedded child
 
 /// The text of an object without what stands for its children.
@@ -23,6 +25,55 @@ Result<Value> plainText(const AtspiSubject& subject) {
   }
   const bool isBlank = text.find_first_not_of(" \t\r\n") == std::string::npos;
   return isBlank && text.size() != whole->size() ? ResultCode::noValue : nonEmpty(text);
+}
+
+/// The name of the chosen child, according to the object's selection interface, or else to the children's states.
+Result<Value> chosenChild(const AtspiSubject& subject) {
+  const auto* selected = subject.read(AtspiRequest::selectedChild).as<AtspiObject>();
+  if (selected && !selected->isNull()) {
+    return textOf(subject.of(*selected), AtspiRequest::name);
+  }
+  const AtspiAnswer children = subject.batch.readChildren(subject.object, 0, kMaxChoices, subject.seconds);
+  const auto* choices = children.as<std::vector<AtspiObject>>();
+  if (!choices) {
+    return children.code;
+  }
+  for (const AtspiObject& choice : *choices) {
+    subject.batch.prefetch(choice, AtspiRequest::states);
+  }
+  for (const AtspiObject& choice : *choices) {
+    const auto* states = subject.of(choice).read(AtspiRequest::states).as<AtspiStates>();
+    if (states && has(*states, stateSelected)) {
+      return textOf(subject.of(choice), AtspiRequest::name);
+    }
+  }
+  return ResultCode::noValue;
+}
+
+/// What a combo box shows: its own text or choice, its entry's text, or the choice in its list.
+Result<Value> choiceOf(const AtspiSubject& combo) {
+  const auto* selected = combo.read(AtspiRequest::selectedChild).as<AtspiObject>();
+  Result<Value> choice =
+      selected && !selected->isNull() ? textOf(combo.of(*selected), AtspiRequest::name) : plainText(combo);
+  if (choice) {
+    return choice;
+  }
+  const AtspiAnswer children = combo.batch.readChildren(combo.object, 0, kMaxPartsOfCombo, combo.seconds);
+  const auto* parts = children.as<std::vector<AtspiObject>>();
+  for (const AtspiObject& part : parts ? *parts : std::vector<AtspiObject>()) {
+    const Result<const RoleRow*> row = roleOf(combo.of(part));
+    if (!row) {
+      continue;
+    }
+    const bool isEntry = row.value->role == "AXTextField";
+    const bool isList = row.value->role == "AXList" || row.value->role == "AXMenu" || row.value->role == "AXTable" ||
+                        row.value->role == "AXOutline";
+    choice = isEntry ? valueOf(combo.of(part)) : isList ? chosenChild(combo.of(part)) : choice;
+    if (choice) {
+      break;
+    }
+  }
+  return choice;
 }
 
 }  // namespace
@@ -92,13 +143,8 @@ Result<Value> valueOf(const AtspiSubject& subject) {
       const Result<Value> selected = stateOf(subject, stateSelected);
       return selected ? Result<Value>(Value(std::int64_t{std::get<bool>(selected.value)})) : selected;
     }
-    case ValueSource::choice: {
-      const auto* child = subject.read(AtspiRequest::selectedChild).as<AtspiObject>();
-      if (child && !child->isNull()) {
-        return textOf(subject.of(*child), AtspiRequest::name);
-      }
-      return plainText(subject);
-    }
+    case ValueSource::choice:
+      return choiceOf(subject);
   }
   return ResultCode::noValue;
 }

@@ -21,6 +21,12 @@ double likeness(const CGRect& a, const CGRect& b) {
   return common > 0 ? common / (area(a) + area(b) - common) : 0;
 }
 
+double likeness(const CGRect& frame, const WindowStack::Window& window) {
+  return std::max(likeness(frame, window.frame), likeness(frame, window.clientFrame));
+}
+
+constexpr double kMinLikeness = 0.5;  // of two descriptions of one window
+
 void prefetchWindow(AtspiBatch& batch, const AtspiObject& window) {
   batch.prefetch(window, AtspiRequest::name);
   batch.prefetchComponent(window, AtspiRequest::extents);
@@ -71,12 +77,11 @@ Result<std::vector<AtspiWindow>> readWindows(AtspiBatch& batch, const AtspiObjec
 }
 
 const AtspiWindow* matchingWindow(const std::vector<AtspiWindow>& windows, const WindowStack::Window& window) {
-  constexpr double kMinLikeness = 0.5, kSameTitle = 0.25;
+  constexpr double kSameTitle = 0.25;
   const AtspiWindow* best = nullptr;
   double bestScore = kMinLikeness;
   for (const AtspiWindow& candidate : windows) {
-    const double alike =
-        std::max(likeness(candidate.frame, window.frame), likeness(candidate.frame, window.clientFrame));
+    const double alike = likeness(candidate.frame, window);
     const double score = alike + (!window.title.empty() && candidate.name == window.title ? kSameTitle : 0);
     if (alike >= kMinLikeness && score > bestScore) {
       best = &candidate;
@@ -84,6 +89,26 @@ const AtspiWindow* matchingWindow(const std::vector<AtspiWindow>& windows, const
     }
   }
   return best;
+}
+
+std::string titleOnServer(const std::vector<WindowStack::Window>& windows, std::int32_t pid,
+                          const std::optional<CGRect>& frame) {
+  const WindowStack::Window* best = nullptr;
+  double bestLikeness = kMinLikeness;
+  int count = 0;
+  for (const WindowStack::Window& window : windows) {
+    if (window.pid != pid || window.overrideRedirect) {
+      continue;
+    }
+    ++count;
+    const double alike = frame ? likeness(*frame, window) : 0;
+    if (!best || alike > bestLikeness) {
+      best = &window;
+      bestLikeness = std::max(alike, kMinLikeness);
+    }
+  }
+  const bool isSure = count == 1 || bestLikeness > kMinLikeness;
+  return best && isSure ? best->title : "";
 }
 
 }  // namespace zqlogging

@@ -25,4 +25,9 @@ port::Result<std::vector<AtspiWindow>> readWindows(AtspiBatch& batch, const Atsp
 /// The one of them that is the given window of the X server; null when none is.
 const AtspiWindow* matchingWindow(const std::vector<AtspiWindow>& windows, const WindowStack::Window& window);
 
+/// The title that the X server has for a window of the process, or empty: for the window in that place, or for the only
+/// one that there is. `windows` are the server's.
+std::string titleOnServer(const std::vector<WindowStack::Window>& windows, std::int32_t pid,
+                          const std::optional<CGRect>& frame);
+
 }  // namespace zqlogging

@@ -104,7 +104,8 @@ std::optional<AtspiAnswer> AtspiAnswers::answerWithoutAsking(const AtspiObject& 
   if (object.isNull() || object.bus != calls_.busNumber()) {
     return AtspiAnswer{ResultCode::invalidUIElement, {}};
   }
-  if (calls_.isGivenUp(object)) {
+  const bool isForDaemon = request == AtspiRequest::processId;
+  if (calls_.isGivenUp(object) && !isForDaemon) {
     return AtspiAnswer{ResultCode::cannotComplete, {}};
   }
   if (applications_.lacks(object, request)) {

@@ -104,7 +104,8 @@ void AtspiPrefetch::askForStep(const AtspiObject& object, const Plan& plan, cons
     return;
   }
   plans_[*above].isParent = true;
-  add(*above, needStep | needValue | (plan.needs & needSiblings ? needChildren : 0));
+  const unsigned children = plan.needs & needSiblings ? unsigned{needChildren} : 0;
+  add(*above, needStep | needValue | children);
 }
 
 /// What names an element that has no title: see the order in which names are looked for.

@@ -64,6 +64,7 @@ enum class RoleDepends {
   no,
   multiLine,  ///< a text area when it has several lines
   webRole,    ///< a group when it is part of a page
+  place,      ///< a window directly under the application, none deeper down: toolkits give their windows any of these
 };
 
 struct RoleRow {
