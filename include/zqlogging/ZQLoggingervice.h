@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -113,13 +114,13 @@ class ZQ_EXPORT ZQLoggingervice : public std::enable_shared_from_this<ZQLogginge
   /// \param change  gets the value to be changed in place
   virtual void modifyDebuLogging(const std::function<void(bool&)>& change);
 
-  /// Handler: an application was activated. Records it and its main window and follows it from then on. Waits for the
-  /// application's answers, at most about 0.25 s. A failure is traced, not thrown.
-  /// \param notification  only read
+  /// Handler: an application was activated. Records it and its main window and follows it from then on. Returns at
+  /// once: the application is read on a thread of the library's own, and recorded on the main thread. A failure is
+  /// traced, not thrown. \param notification  only read
   virtual void mainAppChanged(const port::Notification& notification);
 
-  /// Starts a session. What an earlier session left unacknowledged is delivered 0.4 s later. Main thread. Waits for the
-  /// accessibility service to answer once, and writes one file, which keeps the session code.
+  /// Starts a session. What an earlier session left unacknowledged is delivered 0.4 s later. Main thread. Waits 40 ms
+  /// at most for the accessibility service, and writes one file, which keeps the session code.
   /// \param sessionCode  whose leftovers may be delivered: those of a session of another code are deleted
   /// \param urls         web addresses that must not be recorded, of which the first label of the host counts
   /// \param processes    names of applications that must not be recorded, in any case
@@ -214,10 +215,16 @@ class ZQ_EXPORT ZQLoggingervice : public std::enable_shared_from_this<ZQLogginge
   /// \return      the caller's; null when the text is not JSON, or its top level is no object
   virtual std::unique_ptr<JsonObject> convertToDictionary(std::string_view text);
 
-  /// Asks whether this process may use the accessibility service. Any thread. Waits for one answer of the service.
+  /// Asks whether this process may use the accessibility service. Any thread. Waits 40 ms at most: a service that
+  /// has not answered by then is taken as it was before, and at first as willing.
   /// \param prompt  lets the desktop ask the user, or switch accessibility on
   /// \return        false also when there is no service
   virtual bool checkAccessibilityPermission(bool prompt);
+
+  /// Tells how many forwarded events gave no record because what was under the pointer could not be told. Any thread;
+  /// waits for nobody.
+  /// \return  the counts by reason, since the service was made
+  [[nodiscard]] std::map<std::string, std::uint64_t> droppedEvents() const;
 
  private:
   friend class ServiceInspector;

@@ -92,6 +92,12 @@ class Platform {
   /// The host application's identifier, e.g. its desktop entry id.
   virtual std::optional<std::string> hostIdentifier() = 0;
 
+  /// Runs a task that waits for the desktop, in the order of the calls, where it holds nobody: not on the main thread
+  /// where there is another one for it. A desktop that nobody waits for runs it at once. Any thread.
+  virtual void runAside(Task task) { task(); }
+  /// For a task that runs aside: goes on, on the main thread, in the order of the calls.
+  virtual void returnToMain(Task task) { task(); }
+
   /// The accessibility layer's one wrapper of this desktop's system-wide element, kept here so that it lives as long
   /// as the desktop does.
   struct {

@@ -24,7 +24,7 @@ class ScriptedWorkspace final : public Workspace {
   std::optional<RunningApplication> runningApplication(std::int32_t pid) override { return desktop_.application(pid); }
   /// The application whose activation was posted last.
   std::optional<std::int32_t> frontmostProcess() override;
-  std::vector<CGRect> screens() override { return desktop_.screens(); }
+  Result<std::vector<CGRect>> screens() override { return desktop_.screens(); }
   std::unique_ptr<Subscription> subscribe(NotificationName name,
                                           std::function<void(const Notification&)> handler) override;
 

@@ -86,7 +86,7 @@ void ServiceImpl::handle(WorkItem& item) {
   }
   auto& event = std::get<ForwardedEvent>(item);
   perform([&] {
-    const CGPoint screenPoint = carbonScreenPoint(event.point, platform->workspace());
+    const std::optional<CGPoint> screenPoint = carbonScreenPoint(event.point, platform->workspace());
     trace("ObjC.perform inside obtainReadableDataOfElement");
     const auto scope = platform->accessibility().openReadScope();
     switch (PlatformEventType{event.eventType}) {
@@ -94,7 +94,12 @@ void ServiceImpl::handle(WorkItem& item) {
       case PlatformEventType::leftMouseUp:
       case PlatformEventType::rightMouseDown:
       case PlatformEventType::rightMouseUp:
-        processMouseEvent(event, screenPoint);
+        if (screenPoint) {
+          processMouseEvent(event, *screenPoint);
+        } else {
+          trace("ZQLogging service error (processMousEvent): the screens cannot be told");
+          countDropped("the screens cannot be told");
+        }
         break;
       case PlatformEventType::keyDown:
         processKeyEvent(event);
@@ -116,6 +121,7 @@ void ServiceImpl::processMouseEvent(const ForwardedEvent& event, CGPoint screenP
                                                                   static_cast<float>(point->y));
   } catch (const AXError& error) {
     trace("ZQLogging service error (processMousEvent): " + error.description());
+    countDropped(error.description());
     return;
   }
   if (hit == nullptr) {
@@ -165,7 +171,7 @@ void ServiceImpl::processMouseEvent(const ForwardedEvent& event, CGPoint screenP
 }
 
 std::optional<std::vector<CGRect>> ServiceImpl::coversIn(CGRect part, CGPoint point, PrivacyGuard& guard) const {
-  const auto height = flipHeightAt(point, platform->workspace());
+  const std::optional<double> height = flipHeightAt(point, platform->workspace()).value;
   if (!height) {
     return std::nullopt;
   }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <exception>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -114,11 +115,13 @@ struct ServiceImpl {
   std::optional<ZQXPath> describeFoundUnlessBlackListed(const std::vector<IteratedElementData>& found,
                                                         const std::string& name, bool flag);
 
-  // Tracking.cpp: application and focus changes. On the main thread.
+  // Tracking.cpp: application and focus changes. On the main thread; what they are about is read aside.
   void applicationActivated(const port::Notification& notification);
   void moveWatcher(const std::shared_ptr<Application>& application);
   void takeDownWatcher();
   void processFocusEvent(AXNotification notification, const port::ElementRef& elementRef);
+  void followActivated(const port::RunningApplication& activated);
+  void describeFocus(AXNotification notification, const port::ElementRef& elementRef);
   void recordFocus(const ZQAccessibilityElement& element, const NameAndPath& described);
 
   // Delivery.cpp: the event log, chunks and the read-back.
@@ -149,6 +152,12 @@ struct ServiceImpl {
   // Failure.cpp: what other code throws ends here.
   /// Runs the work on one event; a failure drops the event and is written to a log.
   void perform(const std::function<void()>& work) const;
+  /// Runs what waits for the desktop where it holds nobody.
+  void runAside(std::function<void(ServiceImpl&)> work) const;
+  /// For what runs aside: goes on, on the main thread, unless `stop` has been called in between.
+  void returnToMain(std::function<void(ServiceImpl&)> work) const;
+  /// Counts an event that gave no record because what it was about could not be told. Each has its trace line.
+  void countDropped(const std::string& reason);
   /// Calls the delegate, when there is one.
   void tellDelegate(const std::function<void(ZQLoggerDelegate&)>& call);
   /// Calls a completion that the host gave.
@@ -168,7 +177,8 @@ struct ServiceImpl {
   std::shared_ptr<ZQLoggerDelegate> delegate;
   std::optional<PixelBuffer> bufferForOcr;
   std::optional<ZQAccessibilityElement> focusedElement;
-  double focusedSince = 0;  // when its news came, by the steady clock
+  std::map<std::string, std::uint64_t> dropped;  // by reason
+  double focusedSince = 0;                       // when its news came, by the steady clock
 
   // When the last thing was forwarded, or happened, that may move the focus, and when the last click was.
   std::atomic<double> focusMayHaveMoved = -1e9;
@@ -185,6 +195,11 @@ struct ServiceImpl {
   std::vector<std::unique_ptr<port::Subscription>> subscriptions;
   std::shared_ptr<Observer> observer;
   std::shared_ptr<Application> app;
+
+  std::atomic<std::uint64_t> stops = 0;
+  // On the thread aside alone.
+  std::uint64_t stopsBefore = 0;  // what it runs now was begun
+  std::uint64_t leftOut = 0;      // notifications, as last traced
 
   std::int64_t iterateDOMDepth = 0;  // on the worker alone
 

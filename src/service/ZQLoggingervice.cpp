@@ -192,6 +192,7 @@ bool ZQLoggingervice::start(const std::string& sessionCode, const std::vector<st
 void ZQLoggingervice::stop(std::function<void(bool)> completion) {
   requireSharedOwner(weak_from_this());
   impl_->subscriptions.clear();
+  ++impl_->stops;
   try {
     impl_->takeDownWatcher();
   } catch (const AXError&) {  // the application may be gone; the stop goes on
@@ -281,6 +282,11 @@ std::unique_ptr<JsonObject> ZQLoggingervice::convertToDictionary(std::string_vie
     impl_->platform->logs().standardOutput(error.what());
     return nullptr;
   }
+}
+
+std::map<std::string, std::uint64_t> ZQLoggingervice::droppedEvents() const {
+  const std::lock_guard lock(impl_->mutex);
+  return impl_->dropped;
 }
 
 bool ZQLoggingervice::checkAccessibilityPermission(bool prompt) {

@@ -101,7 +101,7 @@ struct FakePlatform : port::Platform, port::Accessibility, port::Workspace, port
     return std::nullopt;
   }
   std::optional<std::int32_t> frontmostProcess() override { return std::nullopt; }
-  std::vector<CGRect> screens() override { return {}; }
+  port::Result<std::vector<CGRect>> screens() override { return std::vector<CGRect>(); }
   std::unique_ptr<port::Subscription> subscribe(port::NotificationName,
                                                 std::function<void(const port::Notification&)>) override {
     return nullptr;

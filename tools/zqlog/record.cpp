@@ -159,6 +159,10 @@ int record(const Options& options) {
   // The service's worker may still have the event forwarded last, which takes it a quarter of a second at most.
   pumpFor(milliseconds(250), never);
   service->stop([](bool delivered) { printLine(stoppedLine(delivered)); });
+  for (const auto& [reason, count] : service->droppedEvents()) {
+    std::cerr << "zqlog: events without a record, because of what could not be told: " << count << ", " << reason
+              << '\n';
+  }
   if (serverLost) {
     throw std::runtime_error("the X server has gone away");
   }

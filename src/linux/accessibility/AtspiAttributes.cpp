@@ -259,6 +259,9 @@ Result<Value> readWindows(const AtspiSubject& subject) {
 Result<Value> readFrontmost(const AtspiSubject& subject) {
   const auto active = subject.services().windows().activeWindow();
   const auto pid = readProcess(subject.object, subject.batch, subject.seconds);
+  if (active.code == ResultCode::cannotComplete) {
+    return active.code;
+  }
   return Value(active && pid && active->pid == pid);
 }
 
