@@ -1,6 +1,7 @@
 // What one click costs on a real desktop: the whole record of a click on a button, a link and a check box of a page in
 // a browser, each pressed and released, read by the library and by clients of libatspi. Run it in a private desktop:
 //   scripts/with-desktop build/release/bench/desktop_bench
+// With --holds it prints how long the host's main thread is held on sick desktops instead.
 //
 // The controls read, through libatspi and one after the other, the facts that the record of the same click takes, each
 // once: the names and frames of the application's windows, for the one at the point; the object at the point, asked
@@ -27,6 +28,7 @@
 #include "desktop/PrivateDesktop.h"
 #include "elements/ZQAccessibilityElement.h"
 #include "events/ZQLogEventType.h"
+#include "holds.h"
 #include "linux/atspi/AtspiStatistics.h"
 #include "service/ServiceImpl.h"
 
@@ -252,6 +254,9 @@ BENCHMARK(inEventLoop)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
   using namespace zqlogging::bench;
+  if (argc == 2 && std::string(argv[1]) == "--holds") {
+    return printHolds();
+  }
   if (!initialize(argc, argv)) return 1;
 
   atspi_init();

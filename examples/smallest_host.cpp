@@ -23,6 +23,8 @@ struct Host : zqlogging::ZQLoggerDelegate {
 int main() {
   const auto service = std::make_shared<zqlogging::ZQLoggingervice>();
   service->setDelegate(std::make_shared<Host>());
+  service->setFollowsFromStart(true);
+  service->enableAccessibility();
   if (!service->start("session-42", {"https://bank.example"}, {"keepassxc"})) {
     std::cerr << "The accessibility service does not answer.\n";
     return 1;

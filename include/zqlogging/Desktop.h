@@ -29,11 +29,13 @@ ZQ_EXPORT void pumpMainLoop(std::chrono::milliseconds wait);
 ZQ_EXPORT void wakeMainLoop();
 
 /// Turns a point with its origin at the top-left corner of the whole desktop, as X11 and most toolkits give it, into
-/// the bottom-left-origin point that the service's event operations take. Any thread. Blocks for one answer of the
-/// display server when the screens are not known yet. Never fails.
+/// the bottom-left-origin point that the service's event operations take. Any thread. Blocks for an answer of the
+/// display server, a quarter of a second at most, only when the screens are not known yet or have changed. Never fails.
 /// \param desktop  whose screens count
 /// \param topLeft  screen points
-/// \return         screen points; (0, 0) for a point on no screen
+/// \return         screen points; (0, 0) for a point on no screen. Not-a-number where the display server cannot tell
+/// its
+///                 screens: the service drops an event at such a point.
 ZQ_EXPORT CGPoint pointFromTopLeft(port::Platform& desktop, CGPoint topLeft);
 
 /// What the service would record of one element. Texts are empty where the application gives none.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string_view>
 #include <variant>
@@ -47,9 +48,12 @@ class ZQ_EXPORT JsonObject {
   class Handler;
 
   JsonObject() = default;
+  /// Escapes may name half a character.
+  void replaceLoneSurrogates();
 
   std::vector<char> buffer_;  // decoded in place; the members point into it
   std::vector<Member> members_;
+  std::deque<std::string> replaced_;
   mutable std::size_t next_ = 0;
 };
 

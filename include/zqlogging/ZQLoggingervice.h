@@ -2,12 +2,14 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "zqlogging/Diagnosis.h"
 #include "zqlogging/Export.h"
 #include "zqlogging/Geometry.h"
 #include "zqlogging/JsonObject.h"
@@ -113,13 +115,15 @@ class ZQ_EXPORT ZQLoggingervice : public std::enable_shared_from_this<ZQLogginge
   /// \param change  gets the value to be changed in place
   virtual void modifyDebuLogging(const std::function<void(bool&)>& change);
 
-  /// Handler: an application was activated. Records it and its main window and follows it from then on. Waits for the
-  /// application's answers, at most about 0.25 s. A failure is traced, not thrown.
+  /// Handler: an application was activated. Records it and its main window and follows it from then on. Returns at
+  /// once: the application is read on a thread of the library's own, and recorded on the main thread. A failure is
+  /// traced, not thrown.
   /// \param notification  only read
   virtual void mainAppChanged(const port::Notification& notification);
 
-  /// Starts a session. What an earlier session left unacknowledged is delivered 0.4 s later. Main thread. Waits for the
-  /// accessibility service to answer once, and writes one file, which keeps the session code.
+  /// Starts a session. What an earlier session left unacknowledged is delivered 0.4 s later. Main thread. Waits 40 ms
+  /// at most for the accessibility service, and writes one file, which keeps the session code. When records will be
+  /// poor a thread of its own writes one line about it to the general log.
   /// \param sessionCode  whose leftovers may be delivered: those of a session of another code are deleted
   /// \param urls         web addresses that must not be recorded, of which the first label of the host counts
   /// \param processes    names of applications that must not be recorded, in any case
@@ -214,10 +218,36 @@ class ZQ_EXPORT ZQLoggingervice : public std::enable_shared_from_this<ZQLogginge
   /// \return      the caller's; null when the text is not JSON, or its top level is no object
   virtual std::unique_ptr<JsonObject> convertToDictionary(std::string_view text);
 
-  /// Asks whether this process may use the accessibility service. Any thread. Waits for one answer of the service.
+  /// Asks whether this process may use the accessibility service. Any thread. Waits 40 ms at most: a service that
+  /// has not answered by then is taken as it was before, and at first as willing.
   /// \param prompt  lets the desktop ask the user, or switch accessibility on
   /// \return        false also when there is no service
   virtual bool checkAccessibilityPermission(bool prompt);
+
+  /// Whether a session follows the application that is in front when it starts: it and its main window are recorded as
+  /// if it had just come forward, and key presses in it have their element. Off at first: an application is then
+  /// followed once the user has switched to it. Any thread.
+  /// \return  as it was written last
+  [[nodiscard]] virtual bool followsFromStart() const;
+  /// Switches following from the start. Heeded by the next `start`. Any thread.
+  /// \param value  true switches it on
+  virtual void setFollowsFromStart(bool value);
+  /// As `modifyDelegate`.
+  /// \param change  gets the value to be changed in place
+  virtual void modifyFollowsFromStart(const std::function<void(bool&)>& change);
+
+  /// Tells the programs of this desktop session that somebody listens, as screen readers do; without it many tell
+  /// nothing of what is in their windows (`diagnose` says which). It concerns the whole session, so it is the host's to
+  /// decide. Best called before `start`. It holds until `stop`, or the end of the service. Then it is put back as it
+  /// was before, by the last of all services of this user that have asked for it; after a crash by the next `start` of
+  /// any. Main thread. Returns at once: a thread of its own waits for the session, at most 1 s, and gives programs that
+  /// run about 2 s to heed it. Never fails; what came of it is told.
+  /// \param completion  called on the main thread; not at all when the service has ended
+  virtual void enableAccessibility(std::function<void(const EnabledAccessibility&)> completion = nullptr);
+  /// Tells how many forwarded events gave no record because what was under the pointer could not be told. Any thread;
+  /// waits for nobody.
+  /// \return  the counts by reason, since the service was made
+  [[nodiscard]] std::map<std::string, std::uint64_t> droppedEvents() const;
 
  private:
   friend class ServiceInspector;

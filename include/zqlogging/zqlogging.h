@@ -5,6 +5,7 @@
 
 #include "zqlogging/Desktop.h"
 #include "zqlogging/Detections.h"
+#include "zqlogging/Diagnosis.h"
 #include "zqlogging/EventDictionary.h"
 #include "zqlogging/Geometry.h"
 #include "zqlogging/Pixels.h"

@@ -18,13 +18,13 @@ void throwUnless(port::ResultCode code, port::ResultCode alsoFine) {
 }  // namespace
 
 std::shared_ptr<Observer> Observer::create(port::Platform& platform, std::int32_t pid, Callback callback) {
-  const std::shared_ptr<Observer> observer(new Observer(platform, pid, std::move(callback), nullptr));
+  std::shared_ptr<Observer> observer(new Observer(platform, pid, std::move(callback), nullptr));
   observer->createAXObserver(&Observer::internalCallback);
   return observer;
 }
 
 std::shared_ptr<Observer> Observer::create(port::Platform& platform, std::int32_t pid, CallbackWithInfo callback) {
-  const std::shared_ptr<Observer> observer(new Observer(platform, pid, nullptr, std::move(callback)));
+  std::shared_ptr<Observer> observer(new Observer(platform, pid, nullptr, std::move(callback)));
   observer->createAXObserver(&Observer::internalInfoCallback);
   return observer;
 }

@@ -24,9 +24,13 @@ std::string wholeNumber(double value) {
 
 }  // namespace
 
-std::optional<double> flipHeightAt(CGPoint point, port::Workspace& workspace) {
+port::Result<std::optional<double>> flipHeightAt(CGPoint point, port::Workspace& workspace) {
+  const auto screens = workspace.screens();
+  if (!screens) {
+    return screens.code;
+  }
   std::optional<double> height;
-  for (const CGRect& screen : workspace.screens()) {
+  for (const CGRect& screen : *screens) {
     if (screen.contains(point)) {
       height = screen.size.height;
     }
@@ -34,9 +38,12 @@ std::optional<double> flipHeightAt(CGPoint point, port::Workspace& workspace) {
   return height;
 }
 
-CGPoint carbonScreenPoint(CGPoint point, port::Workspace& workspace) {
+std::optional<CGPoint> carbonScreenPoint(CGPoint point, port::Workspace& workspace) {
   const auto height = flipHeightAt(point, workspace);
-  return height ? CGPoint{point.x, *height - point.y - 1} : CGPoint{};
+  if (!height) {
+    return std::nullopt;
+  }
+  return height.value ? CGPoint{point.x, *height.value - point.y - 1} : CGPoint{};
 }
 
 bool intersects(CGRect a, CGRect b) {

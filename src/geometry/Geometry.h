@@ -9,11 +9,11 @@
 namespace zqlogging {
 
 /// Converts between bottom-left-origin and top-left-origin points, by the last screen that contains the point.
-/// (0, 0) for a point on no screen.
-CGPoint carbonScreenPoint(CGPoint point, port::Workspace& workspace);
+/// (0, 0) for a point on no screen; nothing when the desktop can't tell its screens.
+std::optional<CGPoint> carbonScreenPoint(CGPoint point, port::Workspace& workspace);
 
 /// The height that flips points around this one (y becomes height - 1 - y); nothing for a point on no screen.
-std::optional<double> flipHeightAt(CGPoint point, port::Workspace& workspace);
+port::Result<std::optional<double>> flipHeightAt(CGPoint point, port::Workspace& workspace);
 
 /// Whether two rectangles have some area in common.
 bool intersects(CGRect a, CGRect b);

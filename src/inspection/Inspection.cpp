@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <vector>
 
@@ -83,7 +84,12 @@ std::string lineOf(const ZQAccessibilityElement& element, std::size_t depth) {
 }  // namespace
 
 CGPoint pointFromTopLeft(port::Platform& desktop, CGPoint topLeft) {
-  for (const CGRect& screen : desktop.workspace().screens()) {
+  const auto screens = desktop.workspace().screens();
+  if (!screens) {
+    constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
+    return {kUnknown, kUnknown};
+  }
+  for (const CGRect& screen : *screens) {
     // Frames stand at (left, -top), so that this flip and the service's own undo each other.
     const CGRect asSeen{{screen.origin.x, -screen.origin.y}, screen.size};
     if (asSeen.contains(topLeft)) {

@@ -4,15 +4,58 @@
 #include <rapidjson/error/en.h>
 #include <rapidjson/memorystream.h>
 
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <set>
 
+#include "json/JsonNumber.h"
 #include "zqlogging/Scenario.h"
 
 namespace zqlogging {
 
 namespace {
+
+/// Builds a document, reading its numbers with the standard library: RapidJSON's exact reading of them looks at what
+/// lies behind the text.
+class DocumentBuilder {
+ public:
+  explicit DocumentBuilder(rapidjson::Document& document) : document_(document) {}
+
+  bool Null() { return document_.Null(); }
+  bool Bool(bool value) { return document_.Bool(value); }
+  bool Int(int value) { return document_.Int(value); }
+  bool Uint(unsigned value) { return document_.Uint(value); }
+  bool Int64(std::int64_t value) { return document_.Int64(value); }
+  bool Uint64(std::uint64_t value) { return document_.Uint64(value); }
+  bool Double(double value) { return document_.Double(value); }
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+    const char* end = text + length;
+    std::uint64_t natural = 0;
+    std::int64_t integer = 0;
+    if (const auto read = std::from_chars(text, end, natural); read.ec == std::errc() && read.ptr == end) {
+      return document_.Uint64(natural);
+    }
+    if (const auto read = std::from_chars(text, end, integer); read.ec == std::errc() && read.ptr == end) {
+      return document_.Int64(integer);
+    }
+    const auto real = readReal({text, length});
+    isNumberTooBig_ = !real;
+    return real && document_.Double(*real);
+  }
+  bool String(const char* text, rapidjson::SizeType length, bool copy) { return document_.String(text, length, copy); }
+  bool Key(const char* text, rapidjson::SizeType length, bool copy) { return document_.Key(text, length, copy); }
+  bool StartObject() { return document_.StartObject(); }
+  bool EndObject(rapidjson::SizeType count) { return document_.EndObject(count); }
+  bool StartArray() { return document_.StartArray(); }
+  bool EndArray(rapidjson::SizeType count) { return document_.EndArray(count); }
+
+  [[nodiscard]] bool isNumberTooBig() const { return isNumberTooBig_; }
+
+ private:
+  rapidjson::Document& document_;
+  bool isNumberTooBig_ = false;
+};
 
 /// The key as one step of a JSON pointer.
 std::string escaped(std::string_view key) {
@@ -36,14 +79,24 @@ std::string text(const rapidjson::Value& value) { return {value.GetString(), val
 JsonCursor JsonCursor::parse(std::string_view json, rapidjson::Document& document) {
   // Iterative: nesting costs memory, not stack.
   constexpr unsigned kFlags =
-      rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag;
+      rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag | rapidjson::kParseNumbersAsStringsFlag;
   const auto fault = [](std::size_t offset, const std::string& what) {
     return ScenarioError("", "not JSON at byte " + std::to_string(offset) + ": " + what);
   };
   rapidjson::MemoryStream stream(json.data(), json.size());
-  document.ParseStream<kFlags>(stream);
-  if (document.HasParseError()) {
-    throw fault(document.GetErrorOffset(), rapidjson::GetParseError_En(document.GetParseError()));
+  rapidjson::ParseResult result;
+  const auto build = [&](rapidjson::Document& empty) {
+    DocumentBuilder builder(empty);
+    rapidjson::Reader reader;
+    result = reader.Parse<kFlags>(stream, builder);
+    if (builder.isNumberTooBig()) {
+      result.Set(rapidjson::kParseErrorNumberTooBig, result.Offset());
+    }
+    return !result.IsError();
+  };
+  document.Populate(build);
+  if (result.IsError()) {
+    throw fault(result.Offset(), rapidjson::GetParseError_En(result.Code()));
   }
   if (stream.Tell() != json.size()) {
     throw fault(stream.Tell(), "a zero byte");

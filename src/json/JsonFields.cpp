@@ -4,7 +4,6 @@
 #include <rapidjson/writer.h>
 
 #include <charconv>
-#include <cmath>
 
 namespace zqlogging {
 namespace {
@@ -72,17 +71,11 @@ const JsonObject::Value& JsonFieldReader::required(std::string_view key) const {
 }
 
 void JsonFieldReader::operator()(std::string_view key, std::int64_t& value) {
-  const JsonObject::Value& found = required(key);
-  if (const auto* integer = std::get_if<std::int64_t>(&found)) {
-    value = *integer;
-    return;
-  }
-  constexpr double kLimit = 9223372036854775808.0;  // 2^63
-  const auto* real = std::get_if<double>(&found);
-  if (real == nullptr || std::trunc(*real) != *real || *real < -kLimit || *real >= kLimit) {
+  const auto* found = std::get_if<std::int64_t>(&required(key));
+  if (found == nullptr) {
     wrongType(key, "a 64-bit integer");
   }
-  value = static_cast<std::int64_t>(*real);
+  value = *found;
 }
 
 void JsonFieldReader::operator()(std::string_view key, bool& value) {

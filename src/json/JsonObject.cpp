@@ -6,6 +6,8 @@
 #include <string>
 
 #include "json/DecodingError.h"
+#include "json/JsonNumber.h"
+#include "text/Text.h"
 
 namespace zqlogging {
 
@@ -16,11 +18,14 @@ class JsonObject::Handler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<
 
   bool Null() { return scalar(JsonObject::Null{}); }
   bool Bool(bool value) { return scalar(value); }
-  bool Int(int value) { return scalar(static_cast<std::int64_t>(value)); }
-  bool Uint(unsigned value) { return scalar(static_cast<std::int64_t>(value)); }
-  bool Int64(std::int64_t value) { return scalar(value); }
-  bool Uint64(std::uint64_t value) { return scalar(static_cast<double>(value)); }  // beyond the signed range
-  bool Double(double value) { return scalar(value); }
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+    if (const auto integer = readInteger({text, length})) {
+      return scalar(*integer);
+    }
+    const auto real = readReal({text, length});
+    isNumberTooBig_ = !real;
+    return real && scalar(*real);
+  }
   bool String(const char* text, rapidjson::SizeType length, bool) { return scalar(std::string_view(text, length)); }
 
   bool Key(const char* text, rapidjson::SizeType length, bool) {
@@ -35,6 +40,7 @@ class JsonObject::Handler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<
   bool EndArray(rapidjson::SizeType) { return close(); }
 
   [[nodiscard]] bool topIsObject() const { return topIsObject_; }
+  [[nodiscard]] bool isNumberTooBig() const { return isNumberTooBig_; }
 
  private:
   bool scalar(const Value& value) {
@@ -63,6 +69,7 @@ class JsonObject::Handler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<
   std::vector<Member>& members_;
   std::size_t depth_ = 0;
   bool topIsObject_ = false;
+  bool isNumberTooBig_ = false;
 };
 
 std::optional<JsonObject> JsonObject::parse(std::string_view text) {
@@ -80,7 +87,12 @@ std::optional<JsonObject> JsonObject::parse(std::string_view text) {
   rapidjson::InsituStringStream stream(object.buffer_.data());
   rapidjson::Reader reader;
   // Iterative: a hostile file must not exhaust the stack by its nesting.
-  const auto result = reader.Parse<rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag>(stream, handler);
+  constexpr unsigned kFlags =
+      rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
+  auto result = reader.Parse<kFlags>(stream, handler);
+  if (handler.isNumberTooBig()) {
+    result.Set(rapidjson::kParseErrorNumberTooBig, result.Offset());
+  }
   if (result.Code() == rapidjson::kParseErrorTermination) {
     throw DecodingError("The text is not JSON: it does not start with an array or object.");
   }
@@ -91,7 +103,18 @@ std::optional<JsonObject> JsonObject::parse(std::string_view text) {
   if (!handler.topIsObject()) {
     return std::nullopt;
   }
+  if (text.find("\\u") != std::string_view::npos) {
+    object.replaceLoneSurrogates();
+  }
   return object;
+}
+
+void JsonObject::replaceLoneSurrogates() {
+  for (Member& member : members_) {
+    if (auto* text = std::get_if<std::string_view>(&member.value); text != nullptr && !isValidUtf8(*text)) {
+      *text = replaced_.emplace_back(validUtf8(std::string(*text)));
+    }
+  }
 }
 
 const JsonObject::Value* JsonObject::find(std::string_view key) const {

@@ -12,10 +12,13 @@
 namespace zqlogging {
 
 LinuxPlatform::LinuxPlatform()
-    : accessibility_(*this),
-      workspace_(accessibility_),
+    : accessibility_(*this, thread_),
+      workspace_(accessibility_, thread_),
+      session_(workspace_, [this] { return cachesFolder(); }),
       launchedEntry_(launchedDesktopEntry(getpid())),
       executable_(executableName(getpid())) {}
+
+LinuxPlatform::~LinuxPlatform() { thread_.stop(); }
 
 std::unique_ptr<port::TextRecognition> LinuxPlatform::createTextRecognition() {
   return std::make_unique<LinuxTextRecognition>(LinuxTextRecognition::defaultModule(), [](const std::string& problem) {

@@ -2,10 +2,12 @@
 
 #include <vector>
 
+#include "ocr/Plane.h"
+
 namespace zqlogging::ocr {
 
-/// The distance from one letter to the next where it is the same all along the line (text of fixed pitch), else 0.
-/// `middles` are the columns of the letters' middles from left to right, `height` is that of the capitals.
-double fixedPitch(const std::vector<double>& middles, double height);
+/// The distance from one character to the next where it is the same all along the line (text of fixed pitch), else 0.
+/// `glyphs` go from left to right, characters that touch being one of them; `height` is that of the capitals.
+double fixedPitch(const std::vector<PixelBox>& glyphs, double height);
 
 }  // namespace zqlogging::ocr

@@ -9,11 +9,8 @@ namespace {
 constexpr double kThin = 0.27;  ///< the width of an upright stroke, the size of a dot
 constexpr double kMinThinPixels = 2;
 constexpr double kMinStrokeHeight = 0.75;
-constexpr double kMinStemHeight = 0.5;
-/// The least size of a plus sign, in pixels.
-constexpr int kMinPlus = 5;
-/// How far strokes lean: columns a row.
-constexpr double kUpright = 0.12, kMinSlash = 0.25, kMaxSlash = 0.8;
+/// How far an upright stroke may lean: columns a row.
+constexpr double kMaxLean = 0.12;
 /// A row of a stroke paler than this part of the usual one is the gap under or over a dot.
 constexpr double kGapShare = 0.75;
 
@@ -44,31 +41,14 @@ class ShapeFinder {
   [[nodiscard]] bool stands(const PixelBox& box) const { return std::abs(box.bottom() - baseline_) <= 1; }
 
   [[nodiscard]] Glyph::Shape ofTwo(const PixelBox& above, const PixelBox& below) const {
-    if (above.bottom() > below.y || !stands(below)) {
-      return Glyph::Shape::other;
-    }
-    const auto isStem = [&](const PixelBox& box) {
-      return box.width <= thin_ && box.height >= kMinStemHeight * height_;
-    };
-    if (isDot(above) && isDot(below)) {
-      return Glyph::Shape::colon;
-    }
-    if (isDot(above) && isStem(below)) {
-      return Glyph::Shape::dottedBar;
-    }
-    if (isStem(above) && isDot(below)) {
-      return Glyph::Shape::barOverDot;
-    }
-    return Glyph::Shape::other;
+    const bool colon = above.bottom() <= below.y && stands(below) && isDot(above) && isDot(below);
+    return colon ? Glyph::Shape::colon : Glyph::Shape::other;
   }
 
   [[nodiscard]] Glyph::Shape ofOne(int part) const {
     const PixelBox& box = picture_.components.all[part].box;
     if (isDot(box) && stands(box)) {
       return Glyph::Shape::dot;
-    }
-    if (std::min(box.width, box.height) >= kMinPlus && isPlus(picture_.components, part)) {
-      return Glyph::Shape::plus;
     }
     if (box.height <= thin_ && box.width >= 1.5 * box.height) {
       if (box.y >= baseline_) {
@@ -77,13 +57,14 @@ class ShapeFinder {
       const bool atHalfHeight = box.y > top_ + 0.3 * height_ && box.bottom() < baseline_ - 0.15 * height_;
       return atHalfHeight ? Glyph::Shape::dash : Glyph::Shape::other;
     }
-    return box.height >= kMinStrokeHeight * height_ ? ofStroke(part, box) : Glyph::Shape::other;
+    const bool bar = box.height >= kMinStrokeHeight * height_ && box.width <= thin_ && isBar(part, box);
+    return bar ? Glyph::Shape::bar : Glyph::Shape::other;
   }
 
-  /// A high shape: where its middle is in the upper and in the lower third tells bars from slashes.
-  [[nodiscard]] Glyph::Shape ofStroke(int part, const PixelBox& box) const {
+  /// Whether a thin shape is one stroke that stands upright: where its middle is in the upper and in the lower third
+  /// tells how it leans. The gap under or over a dot may be only a paler row.
+  [[nodiscard]] bool isBar(int part, const PixelBox& box) const {
     std::vector<double> rows(static_cast<std::size_t>(box.height), 0);
-    double ink = 0;
     double upper = 0, upperInk = 0, lower = 0, lowerInk = 0;
     for (int y = 0; y < box.height; ++y) {
       for (int x = 0; x < box.width; ++x) {
@@ -92,7 +73,6 @@ class ShapeFinder {
         }
         const double weight = picture_.contrast.at(box.x + x, box.y + y);
         rows[y] += weight;
-        ink += weight;
         if (y * 3 < box.height) {
           upper += weight * x;
           upperInk += weight;
@@ -103,34 +83,23 @@ class ShapeFinder {
       }
     }
     if (upperInk <= 0 || lowerInk <= 0) {
-      return Glyph::Shape::other;
+      return false;
     }
     const double lean = (upper / upperInk - lower / lowerInk) / (box.height * 2 / 3.0);
-    if (box.width <= thin_ && std::abs(lean) < kUpright) {
-      return ofUpright(rows);
-    }
-    const double stroke = ink / picture_.components.all[part].peak / box.height;
-    const bool narrow = box.width <= 0.65 * box.height && stroke < 0.22 * height_ && stroke < 0.5 * box.width;
-    return narrow && lean > kMinSlash && lean < kMaxSlash ? Glyph::Shape::slash : Glyph::Shape::other;
+    return std::abs(lean) < kMaxLean && !hasDot(rows);
   }
 
-  /// An upright stroke: the gap under or over a dot may be only a paler row.
-  static Glyph::Shape ofUpright(const std::vector<double>& rows) {
+  static bool hasDot(const std::vector<double>& rows) {
     std::vector<double> sorted = rows;
     const auto usual = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
     std::nth_element(sorted.begin(), usual, sorted.end());
     for (std::size_t y = 1; y + 1 < rows.size(); ++y) {
-      if (rows[y] >= kGapShare * *usual || rows[y - 1] <= rows[y] || rows[y + 1] < rows[y]) {
-        continue;
-      }
-      if (y * 5 < rows.size() * 2) {
-        return Glyph::Shape::dottedBar;
-      }
-      if (y * 5 >= rows.size() * 3) {
-        return Glyph::Shape::barOverDot;
+      const bool gap = rows[y] < kGapShare * *usual && rows[y - 1] > rows[y] && rows[y + 1] >= rows[y];
+      if (gap && (y * 5 < rows.size() * 2 || y * 5 >= rows.size() * 3)) {
+        return true;
       }
     }
-    return Glyph::Shape::bar;
+    return false;
   }
 
   const Segmentation& picture_;

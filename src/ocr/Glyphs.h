@@ -8,8 +8,8 @@ namespace zqlogging::ocr {
 
 /// The parts of a line's ink that share columns: a letter, as a rule, or several that touch.
 struct Glyph {
-  /// What the ink shows beyond doubt. Upright strokes are I, l or |, with a dot i or !.
-  enum class Shape { other, bar, dottedBar, barOverDot, slash, dot, colon, dash, lowDash, plus };
+  /// What the ink shows beyond doubt. Upright strokes are I, l or |.
+  enum class Shape { other, bar, dot, colon, dash, lowDash };
   PixelBox box;
   Shape shape = Shape::other;
 };

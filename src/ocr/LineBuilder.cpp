@@ -87,11 +87,11 @@ bool LineBuilder::isSeparated(const PixelBox& a, const PixelBox& b, int letterHe
 }
 
 double LineBuilder::pitchOf(const Draft& draft) const {
-  std::vector<double> middles;
+  std::vector<PixelBox> glyphs;
   for (const Cluster& cluster : clustersOf(draft.members)) {
-    middles.push_back(cluster.box.middle());
+    glyphs.push_back(cluster.box);
   }
-  return fixedPitch(middles, draft.letterHeight);
+  return fixedPitch(glyphs, draft.letterHeight);
 }
 
 /// Joins letters to words and words to lines, the nearest first, so that each join knows the size of its letters.
@@ -347,13 +347,8 @@ bool LineBuilder::isIcon(const PixelBox& box, int before, int behind, Extent res
   }
   // A bullet: a dot at half height before everything else.
   const bool small = std::max(box.width, box.height) <= 0.6 * height && box.height >= 3;
-  if (first && small && std::abs(box.width - box.height) <= 1 && above < -0.25 * height && below <= -1 &&
-      gap >= 0.4 * height) {
-    return true;
-  }
-  // An arrow at one end, above the baseline.
-  return end && gap >= 0.5 * height && box.width >= 5 && box.height >= 4 && box.width <= 2 * box.height && above < 0 &&
-         below <= -2;
+  return first && small && std::abs(box.width - box.height) <= 1 && above < -0.25 * height && below <= -1 &&
+         gap >= 0.4 * height;
 }
 
 TextLine LineBuilder::makeLine(std::vector<Cluster>::const_iterator begin,

@@ -92,6 +92,10 @@ class Accessibility {
   /// Waits for such news. Not on the main thread.
   virtual void waitForFocusNews(std::chrono::milliseconds /*duration*/) {}
 
+  /// How many notifications, since the desktop was opened, were left out because newer ones of their kind and
+  /// application had come before they were taken.
+  [[nodiscard]] virtual std::uint64_t notificationsLeftOut() const { return 0; }
+
   virtual std::unique_ptr<ReadScope> openReadScope() = 0;
   /// Announces that these elements are about to be named, inside a scope: an implementation may fetch them together.
   virtual void expectReads(std::span<const ElementRef> /*elements*/) {}

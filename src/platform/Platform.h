@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/Accessibility.h"
+#include "platform/Session.h"
 #include "platform/TextRecognition.h"
 #include "platform/Workspace.h"
 
@@ -89,8 +90,19 @@ class Platform {
   virtual std::unique_ptr<TextRecognition> createTextRecognition() = 0;
   /// The folder of the session log file; created when it is missing.
   virtual std::string cachesFolder() = 0;
+  /// Whether all work, long reads and changes of files included, is done on the thread that gives rise to it, so that
+  /// everything happens in one order.
+  [[nodiscard]] virtual bool worksInline() const { return false; }
   /// The host application's identifier, e.g. its desktop entry id.
   virtual std::optional<std::string> hostIdentifier() = 0;
+  /// The care for the session; null on a desktop that needs none.
+  virtual Session* session() { return nullptr; }
+
+  /// Runs a task that waits for the desktop, in the order of the calls, where it holds nobody: not on the main thread
+  /// where there is another one for it. A desktop that nobody waits for runs it at once. Any thread.
+  virtual void runAside(Task task) { task(); }
+  /// For a task that runs aside: goes on, on the main thread, in the order of the calls.
+  virtual void returnToMain(Task task) { task(); }
 
   /// The accessibility layer's one wrapper of this desktop's system-wide element, kept here so that it lives as long
   /// as the desktop does.

@@ -35,6 +35,8 @@ struct Result {
   Result(T v) : value(std::move(v)) {}           // NOLINT: a value is a success
   Result(ResultCode failure) : code(failure) {}  // NOLINT: a code is a failure
   explicit operator bool() const { return code == ResultCode::success; }
+  const T& operator*() const { return value; }
+  const T* operator->() const { return &value; }
 };
 
 }  // namespace zqlogging::port

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/ResultCode.h"
 #include "zqlogging/Geometry.h"
 
 namespace zqlogging::port {
@@ -49,11 +50,13 @@ class Workspace {
   virtual std::optional<RunningApplication> runningApplication(std::int32_t pid) = 0;
   /// The process of the application in front, to which key presses go; nothing when that cannot be told.
   virtual std::optional<std::int32_t> frontmostProcess() = 0;
-  /// Screen frames, origin bottom-left, in the desktop's order.
-  virtual std::vector<CGRect> screens() = 0;
+  /// Screen frames, origin bottom-left, in the desktop's order. cannotComplete when they can't be told now.
+  virtual Result<std::vector<CGRect>> screens() = 0;
   /// Delivers the notification on the main thread for as long as the result lives.
   virtual std::unique_ptr<Subscription> subscribe(NotificationName name,
                                                   std::function<void(const Notification&)> handler) = 0;
+  /// Delivers didActivateApplication, later and on the main thread, about the application that is in front already.
+  virtual void announceFrontmost() = 0;
 };
 
 }  // namespace zqlogging::port

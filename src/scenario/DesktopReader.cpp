@@ -16,7 +16,7 @@ using port::Value;
 
 namespace {
 
-/// Nesting that no desktop has; beyond it reading one would cost more stack than there may be.
+/// The deepest tree that is read. No desktop is this deep, and each level costs stack.
 constexpr int kDeepest = 500;
 
 /// An element of the file with its node: its attributes are read once every element has one.

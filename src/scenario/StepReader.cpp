@@ -17,7 +17,7 @@ using port::ScriptedDesktop;
 
 namespace {
 
-/// The value that a word stands for; the word itself is at fault when it is none of them.
+/// The value of a word in a table. Any other word is a fault of the scenario.
 template <class T, std::size_t count>
 T readWord(const JsonCursor& word, const std::array<std::pair<std::string_view, T>, count>& words) {
   const std::string text = word.string();

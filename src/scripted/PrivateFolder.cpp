@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Moves a file to where it belongs, unless a newer one is there; then it is of no use any more.
+/// Moves a file back to its place, or deletes it when a newer one stands there.
 void moveBack(const fs::path& aside, const fs::path& file) {
   if (!fs::exists(aside)) {
     return;

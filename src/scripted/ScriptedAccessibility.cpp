@@ -17,6 +17,8 @@ namespace {
 class ObserverHandle final : public NotificationObserver {
  public:
   explicit ObserverHandle(std::shared_ptr<ScriptedObserver> observer) : observer_(std::move(observer)) {}
+  ObserverHandle(const ObserverHandle&) = delete;
+  ObserverHandle& operator=(const ObserverHandle&) = delete;
   ~ObserverHandle() override { observer_->setHooked(false); }
 
   ResultCode addNotification(const Element& element, const std::string& notification) override {
@@ -65,6 +67,8 @@ class ScriptedAccessibility::Scope final : public ReadScope {
     const std::lock_guard lock(accessibility_.mutex_);
     accessibility_.scopes_.push_back(this);
   }
+  Scope(const Scope&) = delete;
+  Scope& operator=(const Scope&) = delete;
   ~Scope() override {
     const std::lock_guard lock(accessibility_.mutex_);
     std::erase(accessibility_.scopes_, this);

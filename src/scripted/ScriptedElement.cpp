@@ -160,8 +160,8 @@ Result<ElementRef> ScriptedElement::copyElementAtPosition(float x, float y) cons
   if (!found) {
     return found.code;
   }
-  // Whoever answers last is the application that the point belongs to. An element that is gone is found all the
-  // same: that it is gone shows when it is asked.
+  // The application that owns the point must answer. An element that is gone is found all the same: it fails when it
+  // is read.
   if (const auto code = requestTo(found.value); code == ResultCode::cannotComplete) {
     return code;
   }

@@ -21,7 +21,7 @@ namespace zqlogging::port {
 /// session log file is a real one, in a private folder made when it is first needed and removed at the end.
 class ScriptedPlatform final : public Platform {
  public:
-  ScriptedPlatform() : desktop_(*this), accessibility_(desktop_, time_), workspace_(desktop_) {}
+  ScriptedPlatform() : desktop_(*this), accessibility_(desktop_, time_), workspace_(desktop_, time_) {}
 
   ScriptedDesktop& desktop() { return desktop_; }
   VirtualTime& time() { return time_; }
@@ -33,6 +33,8 @@ class ScriptedPlatform final : public Platform {
   PrivateFolder& folder();
   /// What slog.json holds when the folder is made; at first no such file is in it.
   void setInitialLogFile(std::string content) { initialLogFile_ = std::move(content); }
+  /// The care for the session, which the caller keeps; none at first.
+  void setSession(Session* session) { session_ = session; }
   void setHostIdentifier(std::optional<std::string> identifier) { hostIdentifier_ = std::move(identifier); }
 
   Accessibility& accessibility() override { return accessibility_; }
@@ -44,6 +46,9 @@ class ScriptedPlatform final : public Platform {
   std::unique_ptr<TextRecognition> createTextRecognition() override { return recognition_.createRecognizer(); }
   std::string cachesFolder() override { return folder().path(); }
   std::optional<std::string> hostIdentifier() override { return hostIdentifier_; }
+  [[nodiscard]] bool worksInline() const override { return worksInline_; }
+  void setWorksInline(bool value) { worksInline_ = value; }
+  Session* session() override { return session_; }
 
  private:
   VirtualTime time_;
@@ -53,8 +58,10 @@ class ScriptedPlatform final : public Platform {
   ScriptedDefaults defaults_;
   ScriptedLogs logs_;
   ScriptedRecognition recognition_;
+  Session* session_ = nullptr;
   std::optional<std::string> hostIdentifier_;
   std::optional<std::string> initialLogFile_;
+  bool worksInline_ = true;
   std::mutex folderMutex_;
   std::optional<PrivateFolder> folder_;
 };

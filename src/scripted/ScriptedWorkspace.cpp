@@ -48,4 +48,10 @@ std::unique_ptr<Subscription> ScriptedWorkspace::subscribe(NotificationName name
   return std::make_unique<Owned>(shared);
 }
 
+void ScriptedWorkspace::announceFrontmost() {
+  if (const auto pid = frontmostProcess()) {
+    mainLoop_.runSoon([this, pid] { post({NotificationName::didActivateApplication, desktop_.application(*pid)}); });
+  }
+}
+
 }  // namespace zqlogging::port

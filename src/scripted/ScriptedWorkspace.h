@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Workspace.h"
+#include "platform/Platform.h"
 #include "scripted/ScriptedDesktop.h"
 
 namespace zqlogging::port {
@@ -15,7 +15,7 @@ namespace zqlogging::port {
 /// The workspace of a scripted desktop: what runs on it, and notifications when they are posted.
 class ScriptedWorkspace final : public Workspace {
  public:
-  explicit ScriptedWorkspace(const ScriptedDesktop& desktop) : desktop_(desktop) {}
+  ScriptedWorkspace(const ScriptedDesktop& desktop, MainLoop& mainLoop) : desktop_(desktop), mainLoop_(mainLoop) {}
 
   /// Calls the handlers of that name on this thread, in the order of their subscription.
   void post(const Notification& notification);
@@ -24,14 +24,16 @@ class ScriptedWorkspace final : public Workspace {
   std::optional<RunningApplication> runningApplication(std::int32_t pid) override { return desktop_.application(pid); }
   /// The application whose activation was posted last.
   std::optional<std::int32_t> frontmostProcess() override;
-  std::vector<CGRect> screens() override { return desktop_.screens(); }
+  Result<std::vector<CGRect>> screens() override { return desktop_.screens(); }
   std::unique_ptr<Subscription> subscribe(NotificationName name,
                                           std::function<void(const Notification&)> handler) override;
+  void announceFrontmost() override;
 
  private:
   using Handler = std::function<void(const Notification&)>;
 
   const ScriptedDesktop& desktop_;
+  MainLoop& mainLoop_;
   std::mutex mutex_;
   std::optional<std::int32_t> frontmost_;
   std::vector<std::pair<NotificationName, std::weak_ptr<const Handler>>> handlers_;

@@ -9,7 +9,7 @@ using std::chrono::nanoseconds;
 
 namespace {
 
-/// The clock stops, after some hundred years, before it could run over.
+/// Where the clock stops, some hundred years on, so that it cannot overflow.
 nanoseconds after(nanoseconds now, nanoseconds duration) {
   constexpr nanoseconds kEnd = nanoseconds::max() / 2;
   return duration < kEnd - now ? now + duration : kEnd;
@@ -103,7 +103,7 @@ void VirtualTime::runAfter(std::chrono::milliseconds delay, Task task) {
 
 std::unique_ptr<Timer> VirtualTime::startRepeatingTimer(std::chrono::milliseconds interval,
                                                         std::function<void(const Timer&)> fire) {
-  // An interval of nothing would let no other task be reached.
+  // A timer without an interval would fire for ever and keep every other task waiting.
   const auto timer =
       std::make_shared<RepeatingTimer>(std::max(interval, std::chrono::milliseconds(1)), std::move(fire));
   const std::lock_guard lock(mutex_);
@@ -126,7 +126,7 @@ void VirtualTime::fire(const std::shared_ptr<RepeatingTimer>& timer, nanoseconds
     return;
   }
   {
-    // The next turn keeps to the timer's own rhythm; turns that went by while someone waited are left out.
+    // The timer keeps its rhythm; turns that were missed while someone waited are left out.
     const std::lock_guard lock(mutex_);
     const auto turns = (now_ - due) / timer->interval + 1;
     schedule(due + turns * timer->interval, timer);

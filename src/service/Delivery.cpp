@@ -1,18 +1,22 @@
-#include <algorithm>
+#include <chrono>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 #include "diagnostics/DeveloperTiers.h"
 #include "events/EventCoding.h"
-#include "events/ZQLogEventReducer.h"
 #include "json/DecodingError.h"
 #include "service/ServiceImpl.h"
-#include "text/Text.h"
+#include "zqlogging/JsonObject.h"
 
 namespace zqlogging {
 namespace {
 
-/// The most records of one chunk.
-constexpr std::size_t kMaxChunkRecords = 200;
+/// A file that is at most so large is read and changed at once, without a thread of its own.
+constexpr std::uint64_t kMaxAtOnce = std::uint64_t{256} << 10U;
+/// How often a change of the file is tried again, and after what time, while another process is at it.
+constexpr int kMaxTries = 20;
+constexpr std::chrono::milliseconds kBetweenTries{2};
 /// Key of the session code in the defaults store.
 constexpr const char* kSessionId = "kSessionId";
 
@@ -25,22 +29,6 @@ std::vector<EventDictionary> dictionariesOf(const std::vector<LogEvent>& records
   return dictionaries;
 }
 
-/// Calls `read` with each entry of the file's text, until it answers false.
-template <class Read>
-void forEachEntry(std::string_view text, const Read& read) {
-  constexpr std::string_view kSeparator = SessionLogFile::kEntrySeparator;
-  if (text.ends_with(kSeparator)) {
-    text.remove_suffix(kSeparator.size());
-  }
-  while (true) {
-    const std::size_t end = text.find(kSeparator);
-    if (!read(text.substr(0, end)) || end == std::string_view::npos) {
-      return;
-    }
-    text.remove_prefix(end + kSeparator.size());
-  }
-}
-
 }  // namespace
 
 void ServiceImpl::reportAppend(SessionLogFile::AppendResult result) {
@@ -51,11 +39,9 @@ void ServiceImpl::reportAppend(SessionLogFile::AppendResult result) {
 
 void ServiceImpl::sendEvents(bool isLastChunk, std::function<void(bool)> completion) {
   log.lookAtFileAgain();  // each append would cost too much, each chunk does not
-  const EventLog::Snapshot taken = log.snapshot();
-  std::vector<LogEvent> records = ZQLogEventReducer::filter(taken.records);
-  if (records.size() > kMaxChunkRecords) {
-    records.erase(records.begin(), records.end() - kMaxChunkRecords);
-  }
+  changeFile();           // if the last time it could not be done
+  const EventLog::Chunk taken = log.chunk();
+  const std::vector<LogEvent>& records = taken.records;
   if (records.empty() && !isLastChunk) {
     return;
   }
@@ -84,46 +70,111 @@ void ServiceImpl::sendEvents(bool isLastChunk, std::function<void(bool)> complet
   tellDelegate([&](ZQLoggerDelegate& host) { host.onLogChunkAvailable(events, text, isLastChunk, answer); });
 }
 
-void ServiceImpl::acknowledge(std::uint64_t end) {
-  if (const auto error = log.remove(end)) {
+void ServiceImpl::acknowledge(EventLog::ChunkEnd end) {
+  log.remove(end);
+  changeFile();
+}
+
+void ServiceImpl::onFileThread(std::function<void()> work) {
+  try {
+    // The item lets go of what it holds, perhaps of the service, before the queue goes on.
+    fileQueue.push(std::move(work), [] { return [](std::function<void()>& next) { std::exchange(next, nullptr)(); }; });
+  } catch (const std::system_error& error) {
+    platform->logs().generalLog(std::string("ZQLogging: no thread for the log file: ") + error.what());
+  }
+}
+
+void ServiceImpl::changeFile() {
+  if (!log.mustChangeFile()) {
+    return;
+  }
+  std::optional<std::string> error;
+  const bool atOnce = platform->worksInline() || log.fileSize() <= kMaxAtOnce;
+  if (atOnce) {
+    error = log.changeFile();
+  }
+  const auto alive = service.weak_from_this().lock();
+  if (alive != nullptr && !platform->worksInline() && log.mustChangeFile()) {
+    onFileThread([alive] { alive->impl_->perform([&] { alive->impl_->changeFileOnItsThread(); }); });
+  } else if (error) {
+    trace("Could not delete log file: " + *error);
+  }
+}
+
+void ServiceImpl::changeFileOnItsThread() {
+  std::optional<std::string> error;
+  for (int tries = 0; tries < kMaxTries && log.mustChangeFile(); ++tries) {
+    if (tries > 0) {
+      std::this_thread::sleep_for(kBetweenTries);
+    }
+    error = log.changeFile();
+  }
+  if (error) {
     trace("Could not delete log file: " + *error);
   }
 }
 
 void ServiceImpl::clearLogs() {
-  if (const auto error = log.clear()) {
+  const auto error = log.clear([&](Descriptor content) {
+    if (content.isOpen() && !platform->worksInline()) {
+      onFileThread([held = std::make_shared<Descriptor>(std::move(content))] {});
+    }
+  });
+  if (error) {
     trace("Could not delete log file: " + *error);
   }
 }
 
-void ServiceImpl::readBackPreviousSession(const std::string& sessionCode) {
-  const std::uint64_t clearCount = log.clearCount();
-  SessionLogFile::Content file = log.readFile();
-  std::vector<LogEvent> records;
-  if (file.error) {
-    trace("ZQLogging service error (previousSessionAvailable): " + *file.error);
-    file.text.clear();
+bool ServiceImpl::readEntry(std::string_view entry, bool isTooLong, RecordList& records) {
+  if (isTooLong) {
+    platform->logs().standardOutput("The text is not JSON: it is longer than any record.");
+    return true;
   }
-  file.text.resize(file.text.size() - lengthOfTornCharacter(file.text));
-  if (file.opened && !file.error && isValidUtf8(file.text)) {
-    forEachEntry(file.text, [&](std::string_view entry) {
-      const auto object = service.convertToDictionary(entry);
-      if (object == nullptr) {
-        return true;
-      }
-      try {
-        if (LogEvent record = decodeEntry(*object)) {
-          records.push_back(std::move(record));
-        }
-        return true;
-      } catch (const DecodingError& error) {
-        trace(std::string("ZQLogging service error. Could not parse serialized event: ") + error.what());
-        return false;
+  const auto object = service.convertToDictionary(entry);
+  if (object == nullptr) {
+    return true;
+  }
+  try {
+    if (LogEvent record = decodeEntry(*object)) {
+      records.add(std::move(record));
+    }
+    return true;
+  } catch (const DecodingError& error) {
+    trace(std::string("ZQLogging service error. Could not parse serialized event: ") + error.what());
+    return false;
+  }
+}
+
+void ServiceImpl::readBackPreviousSession(const std::string& sessionCode) {
+  const auto read = [this] {
+    return log.readBack([this](std::string_view entry, bool isTooLong, RecordList& records) {
+      return readEntry(entry, isTooLong, records);
+    });
+  };
+  if (platform->worksInline() || log.fileSize() <= kMaxAtOnce) {
+    deliverReadBack(read(), sessionCode);
+    return;
+  }
+  onFileThread([weak = service.weak_from_this(), sessionCode, read] {
+    const auto alive = weak.lock();
+    if (alive == nullptr) {
+      return;
+    }
+    const auto result = std::make_shared<EventLog::ReadBack>();
+    alive->impl_->perform([&] { *result = read(); });
+    alive->impl_->platform->mainLoop().runSoon([weak, sessionCode, result] {
+      if (const auto later = weak.lock()) {
+        later->impl_->perform([&] { later->impl_->deliverReadBack(std::move(*result), sessionCode); });
       }
     });
-  }
-  log.addReadBack(records, clearCount);
+  });
+}
 
+void ServiceImpl::deliverReadBack(EventLog::ReadBack read, const std::string& sessionCode) {
+  if (read.error) {
+    trace("ZQLogging service error (previousSessionAvailable): " + *read.error);
+  }
+  log.addReadBack(std::move(read));
   const auto storedCode = platform->defaults().string(kSessionId);
   if (log.isEmpty()) {
     return;

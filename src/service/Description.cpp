@@ -30,7 +30,15 @@ std::optional<NameAndPath> ServiceImpl::describeUnlessBlackListed(const ZQAccess
     }
     return described;
   }
-  tellDelegate([&](ZQLoggerDelegate& host) { tellBlackListed(host, judgement, described.name, described.path, flag); });
+  const auto tell = [judgement, described, flag](ZQLoggerDelegate& host) {
+    tellBlackListed(host, judgement, described.name, described.path, flag);
+  };
+  // The delegate hears of pointer events on the worker, of all others on the main thread.
+  if (eventType) {
+    tellDelegate(tell);
+  } else {
+    returnToMain([tell](ServiceImpl& impl) { impl.tellDelegate(tell); });
+  }
   return std::nullopt;
 }
 

@@ -34,6 +34,29 @@ void ServiceImpl::perform(const std::function<void()>& work) const {
   }
 }
 
+void ServiceImpl::runAside(std::function<void(ServiceImpl&)> work) const {
+  platform->runAside([weak = service.weak_from_this(), work = std::move(work), stopsNow = stops.load()] {
+    if (const auto alive = weak.lock()) {
+      alive->impl_->stopsBefore = stopsNow;
+      alive->impl_->perform([&] { work(*alive->impl_); });
+    }
+  });
+}
+
+void ServiceImpl::returnToMain(std::function<void(ServiceImpl&)> work) const {
+  platform->returnToMain([weak = service.weak_from_this(), work = std::move(work), before = stopsBefore] {
+    const auto alive = weak.lock();
+    if (alive && alive->impl_->stops == before) {
+      alive->impl_->perform([&] { work(*alive->impl_); });
+    }
+  });
+}
+
+void ServiceImpl::countDropped(const std::string& reason) {
+  const std::lock_guard lock(mutex);
+  ++dropped[reason];
+}
+
 void ServiceImpl::tellDelegate(const std::function<void(ZQLoggerDelegate&)>& call) {
   std::shared_ptr<ZQLoggerDelegate> current;
   {
@@ -44,6 +67,8 @@ void ServiceImpl::tellDelegate(const std::function<void(ZQLoggerDelegate&)>& cal
     callHost(*platform, [&] { call(*current); });
   }
 }
+
+void ServiceImpl::tellHost(const std::function<void()>& call) const { callHost(*platform, call); }
 
 void ServiceImpl::complete(port::Platform& desktop, const std::function<void(bool)>& completion, bool flag) {
   if (completion) {

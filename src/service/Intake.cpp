@@ -80,13 +80,14 @@ void ServiceImpl::prepareRecognition() {
 }
 
 void ServiceImpl::handle(WorkItem& item) {
+  checkDriven();
   if (std::holds_alternative<PrepareRecognition>(item)) {
     perform([&] { ocr.prepare(); });
     return;
   }
   auto& event = std::get<ForwardedEvent>(item);
   perform([&] {
-    const CGPoint screenPoint = carbonScreenPoint(event.point, platform->workspace());
+    const std::optional<CGPoint> screenPoint = carbonScreenPoint(event.point, platform->workspace());
     trace("ObjC.perform inside obtainReadableDataOfElement");
     const auto scope = platform->accessibility().openReadScope();
     switch (PlatformEventType{event.eventType}) {
@@ -94,7 +95,12 @@ void ServiceImpl::handle(WorkItem& item) {
       case PlatformEventType::leftMouseUp:
       case PlatformEventType::rightMouseDown:
       case PlatformEventType::rightMouseUp:
-        processMouseEvent(event, screenPoint);
+        if (screenPoint) {
+          processMouseEvent(event, *screenPoint);
+        } else {
+          trace("ZQLogging service error (processMousEvent): the screens cannot be told");
+          countDropped("the screens cannot be told");
+        }
         break;
       case PlatformEventType::keyDown:
         processKeyEvent(event);
@@ -116,6 +122,7 @@ void ServiceImpl::processMouseEvent(const ForwardedEvent& event, CGPoint screenP
                                                                   static_cast<float>(point->y));
   } catch (const AXError& error) {
     trace("ZQLogging service error (processMousEvent): " + error.description());
+    countDropped(error.description());
     return;
   }
   if (hit == nullptr) {
@@ -165,7 +172,7 @@ void ServiceImpl::processMouseEvent(const ForwardedEvent& event, CGPoint screenP
 }
 
 std::optional<std::vector<CGRect>> ServiceImpl::coversIn(CGRect part, CGPoint point, PrivacyGuard& guard) const {
-  const auto height = flipHeightAt(point, platform->workspace());
+  const std::optional<double> height = flipHeightAt(point, platform->workspace()).value;
   if (!height) {
     return std::nullopt;
   }
@@ -215,6 +222,7 @@ void ServiceImpl::appendMouseEvent(const ZQAccessibilityElement& element, const 
 
 void ServiceImpl::recordRemoteCommand(const std::string& cli, const std::string& role, const std::string& command,
                                       const std::optional<std::string>& details) {
+  checkDriven();
   auto record = std::make_shared<ZQUILogRemoteCommand>();
   record->cli = validUtf8(cli);
   record->role = validUtf8(role);

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <string_view>
 
 #include "events/ZQLogEventType.h"
 #include "events/ZQUILogKeyboardEvent.h"
@@ -40,12 +41,16 @@ std::optional<ZQAccessibilityElement> frontWindow(const ZQAccessibilityElement& 
 constexpr double kLongestWait = 0.5;
 constexpr std::chrono::milliseconds kWaitStep(5);
 
+bool isControl(char character) { return static_cast<unsigned char>(character) < ' ' || character == '\x7f'; }
+
 /// Whether a key press may move the focus: Tab, Enter, Escape, combinations with Control, and every key that is not
 /// known to have written something.
 bool mayMoveFocus(const std::string& characters) {
-  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; };
   return characters.empty() || std::any_of(characters.begin(), characters.end(), isControl);
 }
+
+/// Whether it is no secret, whoever got it: Tab, Enter and the like write nothing.
+bool writesNothing(std::string_view characters) { return std::all_of(characters.begin(), characters.end(), isControl); }
 
 /// Whether the element says that it has the focus, where news may be late.
 bool hasFocusNow(const ZQAccessibilityElement& element) {
@@ -58,16 +63,15 @@ bool hasFocusNow(const ZQAccessibilityElement& element) {
 
 }  // namespace
 
-void ServiceImpl::noteForwarded(std::uint64_t eventType, const std::string& characters, double now) {
+double ServiceImpl::noteForwarded(std::uint64_t eventType, const std::string& characters, double now) {
   const PlatformEventType type{eventType};
   const bool isKey = type == PlatformEventType::keyDown;
   const bool isPress = type == PlatformEventType::leftMouseDown || type == PlatformEventType::rightMouseDown;
   if (isPress) {
     lastClick = now;
   }
-  if (isPress || type == PlatformEventType::leftMouseUp || (isKey && mayMoveFocus(characters))) {
-    focusMayHaveMoved = now;
-  }
+  const bool movesFocus = isPress || type == PlatformEventType::leftMouseUp || (isKey && mayMoveFocus(characters));
+  return movesFocus ? focusMayHaveMoved.exchange(now) : focusMayHaveMoved.load();
 }
 
 bool ServiceImpl::waitUntilFocusIsCertain(const ForwardedEvent& key) const {
@@ -78,7 +82,7 @@ bool ServiceImpl::waitUntilFocusIsCertain(const ForwardedEvent& key) const {
   }
   while (true) {
     const double now = platform->clock().steadyTime();
-    if (now - focusMayHaveMoved >= delay.count()) {
+    if (now - std::max(key.focusMovedBefore, lastSwitch.load()) >= delay.count()) {
       return true;
     }
     // A click that waits behind the key must find what it was made on.
@@ -90,8 +94,8 @@ bool ServiceImpl::waitUntilFocusIsCertain(const ForwardedEvent& key) const {
 }
 
 void ServiceImpl::processKeyEvent(ForwardedEvent& event) {
-  // Without characters there is nothing to be certain for.
-  bool isCertain = !event.characters.isEmpty() && waitUntilFocusIsCertain(event);
+  const bool isNoSecret = writesNothing(event.characters.view());
+  bool isCertain = !isNoSecret && waitUntilFocusIsCertain(event);
   std::optional<ZQAccessibilityElement> focused;
   {
     const std::lock_guard lock(mutex);
@@ -108,7 +112,7 @@ void ServiceImpl::processKeyEvent(ForwardedEvent& event) {
   const auto owner = focused->elementRef()->getPid();
   if (front && owner && *front == owner.value) {
     const bool mayBeRecorded = describeFocused(*record, guarded(focused->elementRef()));
-    if (mayBeRecorded && isCertain && hasFocusNow(*focused)) {
+    if (mayBeRecorded && (isNoSecret || (isCertain && hasFocusNow(*focused)))) {
       record->character = event.characters.view();
     }
   } else if (front) {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -22,6 +24,7 @@
 #include "privacy/TypedText.h"
 #include "service/EventLog.h"
 #include "service/SerialQueue.h"
+#include "service/TaskThread.h"
 #include "vision/ZQVisionRecognizer.h"
 #include "zqlogging/ZQLoggingervice.h"
 
@@ -31,6 +34,8 @@ class ZQUILogKeyboardEvent;
 
 /// The source value that marks an event injected by remote control.
 constexpr std::int64_t kRemoteSource = 1;
+/// Between two chunks.
+constexpr std::chrono::seconds CHUNKS_INTERVAL{20};
 
 /// A pointer or key event as the host forwarded it.
 struct ForwardedEvent {
@@ -38,7 +43,8 @@ struct ForwardedEvent {
   CGPoint point;  // origin bottom-left
   std::int64_t source = 0;
   TypedText characters;
-  double at = 0;  // steady time of its forwarding
+  double at = 0;                // steady time of its forwarding
+  double focusMovedBefore = 0;  // when the last event before it was forwarded that may move the focus
 };
 /// Load the recognition engine before the first click needs it.
 struct PrepareRecognition {};
@@ -90,8 +96,8 @@ struct ServiceImpl {
                         CGPoint recognizerPoint);
 
   // KeyIntake.cpp, on the worker, except for the first.
-  /// Remembers when something was forwarded that may move the focus. Any thread.
-  void noteForwarded(std::uint64_t eventType, const std::string& characters, double now);
+  /// Remembers when something was forwarded that may move the focus; when that was last before this event. Any thread.
+  double noteForwarded(std::uint64_t eventType, const std::string& characters, double now);
   /// Waits, half a second after the key at most, until it is certain which element got it. False when that stays open.
   bool waitUntilFocusIsCertain(const ForwardedEvent& key) const;
   void processKeyEvent(ForwardedEvent& event);
@@ -114,11 +120,13 @@ struct ServiceImpl {
   std::optional<ZQXPath> describeFoundUnlessBlackListed(const std::vector<IteratedElementData>& found,
                                                         const std::string& name, bool flag);
 
-  // Tracking.cpp: application and focus changes. On the main thread.
+  // Tracking.cpp: application and focus changes. On the main thread; what they are about is read aside.
   void applicationActivated(const port::Notification& notification);
   void moveWatcher(const std::shared_ptr<Application>& application);
   void takeDownWatcher();
   void processFocusEvent(AXNotification notification, const port::ElementRef& elementRef);
+  void followActivated(const port::RunningApplication& activated);
+  void describeFocus(AXNotification notification, const port::ElementRef& elementRef);
   void recordFocus(const ZQAccessibilityElement& element, const NameAndPath& described);
 
   // Delivery.cpp: the event log, chunks and the read-back.
@@ -141,16 +149,41 @@ struct ServiceImpl {
   static void reportAppend(SessionLogFile::AppendResult result);
   void sendEvents(bool isLastChunk, std::function<void(bool)> completion);
   /// The host has the records up to `end`.
-  void acknowledge(std::uint64_t end);
+  void acknowledge(EventLog::ChunkEnd end);
+  /// Brings the file in line with the list, now or on the thread for the file.
+  void changeFile();
+  void changeFileOnItsThread();
+  void onFileThread(std::function<void()> work);
   void clearLogs();
   void storeSessionCode(const std::string& sessionCode);
   void readBackPreviousSession(const std::string& sessionCode);
+  bool readEntry(std::string_view entry, bool isTooLong, RecordList& records);
+  void deliverReadBack(EventLog::ReadBack read, const std::string& sessionCode);
+
+  // SessionCare.cpp: whether the session can be recorded well. What waits for others runs on a thread of its own.
+  /// Puts back what a crash has left, and writes a line when records will be poor.
+  void lookAtSession();
+  void enableAccessibility(std::function<void(const EnabledAccessibility&)> completion);
+  void endAnnouncement();
+  /// The main loop has come by.
+  void noteDriven();
+  /// Writes a line when it has not for too long. Any thread.
+  void checkDriven();
+  void runBeside(std::function<void()> task);
 
   // Failure.cpp: what other code throws ends here.
   /// Runs the work on one event; a failure drops the event and is written to a log.
   void perform(const std::function<void()>& work) const;
+  /// Runs what waits for the desktop where it holds nobody.
+  void runAside(std::function<void(ServiceImpl&)> work) const;
+  /// For what runs aside: goes on, on the main thread, unless `stop` has been called in between.
+  void returnToMain(std::function<void(ServiceImpl&)> work) const;
+  /// Counts an event that gave no record because what it was about could not be told. Each has its trace line.
+  void countDropped(const std::string& reason);
   /// Calls the delegate, when there is one.
   void tellDelegate(const std::function<void(ZQLoggerDelegate&)>& call);
+  /// Calls other code of the host.
+  void tellHost(const std::function<void()>& call) const;
   /// Calls a completion that the host gave.
   static void complete(port::Platform& desktop, const std::function<void(bool)>& completion, bool flag);
 
@@ -162,16 +195,25 @@ struct ServiceImpl {
   std::atomic<bool> includeSiblings = true;
   std::atomic<bool> iterateDOM = true;
   std::atomic<bool> debuLogging = false;
+  std::atomic<bool> followsFromStart = false;
+
+  std::atomic<bool> isWatched = false;  ///< a session runs, so that its timer should come by
+  std::atomic<double> drivenAt = 0;     ///< when it did last, or the session began
+  std::atomic<bool> isUndrivenTold = false;
+  std::atomic<std::uint64_t> announcements = 0;                                      ///< how often it was ended
+  const std::shared_ptr<std::string> lastWarning = std::make_shared<std::string>();  ///< the task thread's
 
   std::mutex mutex;  // guards the next five, for copying in and out alone
   bool recognitionPrepared = false;
   std::shared_ptr<ZQLoggerDelegate> delegate;
   std::optional<PixelBuffer> bufferForOcr;
   std::optional<ZQAccessibilityElement> focusedElement;
-  double focusedSince = 0;  // when its news came, by the steady clock
+  std::map<std::string, std::uint64_t> dropped;  // by reason
+  double focusedSince = 0;                       // when its news came, by the steady clock
 
   // When the last thing was forwarded, or happened, that may move the focus, and when the last click was.
-  std::atomic<double> focusMayHaveMoved = -1e9;
+  std::atomic<double> focusMayHaveMoved = -1e9;  // by what was forwarded
+  std::atomic<double> lastSwitch = -1e9;         // of applications
   std::atomic<double> lastClick = -1e9;
 
   BlackListManager blackListManager;
@@ -185,10 +227,20 @@ struct ServiceImpl {
   std::vector<std::unique_ptr<port::Subscription>> subscriptions;
   std::shared_ptr<Observer> observer;
   std::shared_ptr<Application> app;
+  std::shared_ptr<port::Announcement> announcement;
+
+  TaskThread taskThread;
+
+  std::atomic<std::uint64_t> stops = 0;
+  // On the thread aside alone.
+  std::uint64_t stopsBefore = 0;  // what it runs now was begun
+  std::uint64_t leftOut = 0;      // notifications, as last traced
 
   std::int64_t iterateDOMDepth = 0;  // on the worker alone
 
-  SerialQueue<WorkItem> serialQueue;  // last, so that the worker has ended before anything else is gone
+  // Last, so that their workers have ended before anything else is gone.
+  SerialQueue<WorkItem> serialQueue;
+  SerialQueue<std::function<void()>> fileQueue;  // what takes long with the log file
 };
 
 /// The part of a text that records keep.

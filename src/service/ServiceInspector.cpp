@@ -4,13 +4,16 @@
 
 namespace zqlogging {
 
-void ServiceInspector::waitForWorker() { service_.impl_->serialQueue.waitUntilIdle(); }
+void ServiceInspector::waitForWorker() {
+  service_.impl_->serialQueue.waitUntilIdle();
+  service_.impl_->fileQueue.waitUntilIdle();
+}
 
 void ServiceInspector::fileWasChanged() { service_.impl_->log.lookAtFileAgain(); }
 
 std::vector<std::string> ServiceInspector::records() const {
   std::vector<std::string> result;
-  for (const LogEvent& record : service_.impl_->log.snapshot().records) {
+  for (const LogEvent& record : service_.impl_->log.records()) {
     record->appendJson(result.emplace_back());
   }
   return result;

@@ -1,101 +1,37 @@
 #include "service/SessionLogFile.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <system_error>
 #include <tuple>
 #include <utility>
+
+#include "service/FileCalls.h"
+#include "service/LogEntries.h"
 
 namespace zqlogging {
 namespace {
 
-constexpr mode_t kFileMode = 0600;
 constexpr mode_t kFolderMode = 0700;
-// Non-blocking, so that opening a FIFO does not wait for its other end.
-constexpr int kSafeFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
 
-/// Closes a descriptor at the end of the scope.
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) {
-      ::close(fd_);
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  [[nodiscard]] int get() const { return fd_; }
-  [[nodiscard]] bool isOpen() const { return fd_ >= 0; }
-
- private:
-  int fd_;
-};
-
-std::string reason(int error) { return std::generic_category().message(error); }
-
-template <class Call>
-auto retrying(Call call) {
-  auto result = call();
-  while (result < 0 && errno == EINTR) {
-    result = call();
-  }
-  return result;
-}
-
-bool isOwnFile(const struct stat& status) { return S_ISREG(status.st_mode) && status.st_uid == ::geteuid(); }
-
-/// Why what stands at a path must not be deleted or replaced; nothing when it may, or when nothing stands there.
-std::optional<std::string> reasonToKeep(const std::string& path) {
-  struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0) {
-    return errno == ENOENT || errno == ENOTDIR ? std::nullopt : std::optional(reason(errno));
-  }
-  if (S_ISDIR(status.st_mode)) {
-    return reason(EISDIR);
-  }
-  return isOwnFile(status) ? std::nullopt : std::optional<std::string>("it is no regular file of this user");
-}
-
-/// The size of an open file, when it is a regular file of this user.
-std::optional<std::size_t> sizeOfOwnFile(int fd) {
-  struct stat status {};
-  if (::fstat(fd, &status) != 0 || !isOwnFile(status)) {
-    return std::nullopt;
-  }
-  return static_cast<std::size_t>(status.st_size);
-}
-
-std::string folderOf(const std::string& path) { return path.substr(0, path.find_last_of('/')); }
-
-/// Writes all of it, or answers why not.
-std::optional<std::string> writeAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = retrying([&] { return ::write(fd, bytes.data(), bytes.size()); });
-    if (written < 0) {
-      return reason(errno);
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return std::nullopt;
+bool mayPass(int error) {
+  constexpr std::array kPassing = {ENOSPC, EDQUOT, EIO, EMFILE, ENFILE, ENOMEM, EINTR, EAGAIN};
+  return std::find(kPassing.begin(), kPassing.end(), error) != kPassing.end();
 }
 
 ssize_t writeOnce(int fd, std::string_view bytes) {
-  return retrying([&] { return ::write(fd, bytes.data(), bytes.size()); });
+  return retrying([&] { return FileCalls::current().write(fd, bytes.data(), bytes.size()); });
 }
 
-/// Takes the part of an entry that was written last off the end of the file. If that fails too, the tail is torn.
-void takeBack(int fd, ssize_t written) {
-  const off_t end = written > 0 ? ::lseek(fd, 0, SEEK_END) : 0;
-  if (end > 0) {
-    std::ignore = ::ftruncate(fd, end - written);
+/// Takes the bytes behind `end` off the file, which are its last `count`, unless somebody has appended to it. If that
+/// fails too, the tail is torn.
+void takeBack(int fd, std::uint64_t end, std::uint64_t count) {
+  const auto facts = factsOf(fd);
+  if (facts && facts->size == end + count) {
+    std::ignore = retrying([&] { return FileCalls::current().ftruncate(fd, static_cast<off_t>(end)); });
   }
 }
 
@@ -105,160 +41,172 @@ struct TailRepair {
   std::string_view add;
 };
 
-TailRepair repairOf(int fd, std::size_t size) {
+std::optional<TailRepair> repairOf(int fd, std::uint64_t size) {
   constexpr std::size_t kLongestCharacter = 4;
   std::array<char, kLongestCharacter> bytes{};
-  const std::size_t length = std::min(size, bytes.size());
-  const ssize_t got = ::pread(fd, bytes.data(), length, static_cast<off_t>(size - length));
-  const std::string_view tail(bytes.data(), got < 0 ? 0 : static_cast<std::size_t>(got));
-  const std::string_view separator = SessionLogFile::kEntrySeparator;
-  if (tail.empty() || tail.ends_with(separator)) {
-    return {};
+  const std::size_t length = std::min<std::uint64_t>(size, bytes.size());
+  if (readFully(fd, bytes.data(), length, size - length) != static_cast<ssize_t>(length)) {
+    return std::nullopt;
   }
-  if (tail.ends_with(separator.front())) {  // torn inside the separator
-    return {0, separator.substr(1)};
+  const std::string_view tail(bytes.data(), length);
+  if (tail.empty() || tail.ends_with(kEntrySeparator)) {
+    return TailRepair{};
   }
-  return {lengthOfTornCharacter(tail), separator};
+  if (tail.ends_with(kEntrySeparator.front())) {  // torn inside the separator
+    return TailRepair{0, kEntrySeparator.substr(1)};
+  }
+  return TailRepair{lengthOfTornCharacter(tail), kEntrySeparator};
 }
 
 }  // namespace
 
-std::size_t lengthOfTornCharacter(std::string_view text) {
-  std::size_t continuations = 0;
-  for (auto byte = text.rbegin(); byte != text.rend() && continuations < 4; ++byte, ++continuations) {
-    const auto value = static_cast<unsigned char>(*byte);
-    if ((value & 0xC0U) == 0x80) {
-      continue;
-    }
-    std::size_t needed = 0;
-    if ((value & 0xE0U) == 0xC0) {
-      needed = 1;
-    } else if ((value & 0xF0U) == 0xE0) {
-      needed = 2;
-    } else if ((value & 0xF8U) == 0xF0) {
-      needed = 3;
-    }
-    return continuations < needed ? continuations + 1 : 0;
+std::optional<std::string> whatIsWrongWithFolderOf(const std::string& path) {
+  const auto folder = factsOf(folderOf(path));
+  if (!folder) {
+    return errno == ENOENT ? std::nullopt : std::optional(reason(errno));
   }
-  return 0;
+  return folder->isOwnFolder ? std::nullopt : std::optional<std::string>("its folder is not this user's");
 }
 
 SessionLogFile::SessionLogFile(std::string path) : path_(std::move(path)) {}
 
-int SessionLogFile::openForAppending(AppendResult& failure) const {
-  const int flags = (isKnown_ ? O_WRONLY : O_RDWR) | O_APPEND | kSafeFlags;
-  int fd = retrying([&] { return ::open(path_.c_str(), flags); });
-  if (fd >= 0 || errno != ENOENT) {
-    failure = AppendResult::notOpened;
-    return fd;
+Descriptor SessionLogFile::openForAppending(Appended& failure) const {
+  if (!isKnown_ && whatIsWrongWithFolderOf(path_)) {
+    failure.result = AppendResult::notOpened;
+    return Descriptor();
   }
-  failure = AppendResult::notCreated;
-  const auto create = [&] { return ::open(path_.c_str(), flags | O_CREAT | O_EXCL, kFileMode); };
-  fd = retrying(create);
-  if (fd < 0 && errno == ENOENT && ::mkdir(folderOf(path_).c_str(), kFolderMode) == 0) {
-    fd = retrying(create);
+  const int flags = (isKnown_ ? O_WRONLY : O_RDWR) | O_APPEND;
+  // Between not being there and being created by somebody else it may change a few times.
+  constexpr int kMaxTurns = 3;
+  Descriptor file;
+  for (int turn = 0; turn < kMaxTurns && !file.isOpen(); ++turn) {
+    failure.result = AppendResult::notOpened;
+    file = openWithoutWaiting(path_, flags);
+    if (file.isOpen() || errno != ENOENT) {
+      break;
+    }
+    failure.result = AppendResult::notCreated;
+    file = createForThisUser(path_, flags);
+    if (!file.isOpen() && errno == ENOENT &&
+        retrying([&] { return FileCalls::current().mkdir(folderOf(path_).c_str(), kFolderMode); }) == 0) {
+      file = createForThisUser(path_, flags);
+    }
+    if (!file.isOpen() && errno != EEXIST) {
+      break;
+    }
   }
-  return fd;
+  failure.mayWorkLater = !file.isOpen() && mayPass(errno);
+  return file;
 }
 
-SessionLogFile::Appended SessionLogFile::append(std::string_view entryWithSeparator) {
-  AppendResult failure{};
-  const Descriptor file(openForAppending(failure));
-  if (!file.isOpen()) {
-    isKnown_ = false;
-    return {failure, std::nullopt};
-  }
+SessionLogFile::Appended SessionLogFile::append(std::string_view entriesWithSeparators) {
+  constexpr int kMaxCopies = 3;  // of a file that is replaced again and again
   Appended appended;
-  if (!isKnown_) {
-    appended = appendWithALook(file.get(), entryWithSeparator);
-  } else if (const ssize_t written = writeOnce(file.get(), entryWithSeparator);
-             written != static_cast<ssize_t>(entryWithSeparator.size())) {
-    takeBack(file.get(), written);
-    appended.result = AppendResult::notWritten;
+  for (int copies = 1; copies <= kMaxCopies; ++copies) {
+    bool wasReplaced = false;
+    appended = appendOnce(entriesWithSeparators, wasReplaced);
+    appended.copies = copies;
+    if (appended.result != AppendResult::written) {
+      isKnown_ = false;
+      return appended;
+    }
+    if (!wasReplaced) {
+      return appended;
+    }
+    isKnown_ = false;
   }
-  isKnown_ = appended.result == AppendResult::written;
   return appended;
 }
 
-SessionLogFile::Appended SessionLogFile::appendWithALook(int fd, std::string_view entryWithSeparator) {
-  const auto present = sizeOfOwnFile(fd);
-  if (!present) {
-    return {AppendResult::notOpened, std::nullopt};
+SessionLogFile::Appended SessionLogFile::appendOnce(std::string_view entries, bool& wasReplaced) {
+  Appended appended;
+  const Descriptor file = openForAppending(appended);
+  if (!file.isOpen()) {
+    return appended;
   }
-  std::size_t size = *present;
-  const TailRepair repair = repairOf(fd, size);
-  if (repair.drop != 0 && ::ftruncate(fd, static_cast<off_t>(size - repair.drop)) == 0) {
-    size -= repair.drop;
+  appended = {AppendResult::notOpened, false, 1};
+  std::string closed;
+  std::optional<FileFacts> facts;
+  if (!isKnown_) {
+    facts = factsOf(file.get());
+    if (!facts || !facts->isOwnRegularFile) {
+      appended.mayWorkLater = !facts;
+      return appended;
+    }
+    const auto repair = repairOf(file.get(), facts->size);
+    if (!repair) {
+      appended.mayWorkLater = true;
+      return appended;
+    }
+    if (repair->drop != 0) {
+      takeBack(file.get(), facts->size - repair->drop, repair->drop);
+    }
+    if (!repair->add.empty()) {
+      entries = closed.append(repair->add).append(entries);
+    }
   }
-  std::string closed(repair.add);
-  closed.append(entryWithSeparator);
-  const ssize_t written = writeOnce(fd, closed);
-  if (written != static_cast<ssize_t>(closed.size())) {
-    takeBack(fd, written);
-    return {AppendResult::notWritten, std::nullopt};
+  const ssize_t written = writeOnce(file.get(), entries);
+  if (written != static_cast<ssize_t>(entries.size())) {
+    const int error = errno;
+    const off_t behind = written > 0 ? ::lseek(file.get(), 0, SEEK_CUR) : 0;
+    if (behind >= written && written > 0) {
+      takeBack(file.get(), static_cast<std::uint64_t>(behind - written), static_cast<std::uint64_t>(written));
+    }
+    return {AppendResult::notWritten, written >= 0 || mayPass(error), 1};
   }
-  return {AppendResult::written, size + repair.add.size()};
-}
-
-SessionLogFile::Content SessionLogFile::read() const {
-  const Descriptor file(retrying([&] { return ::open(path_.c_str(), O_RDONLY | kSafeFlags); }));
-  const auto size = file.isOpen() ? sizeOfOwnFile(file.get()) : std::nullopt;
-  if (!size) {
+  // Compared while the file is open: only as long as that is its number its own.
+  const auto mine = factsOf(file.get());
+  const auto atPath = factsOf(path_);
+  if (!atPath) {
+    wasReplaced = errno == ENOENT;
+    isKnown_ = false;
     return {};
   }
-  Content content;
-  content.opened = true;
-  content.text.resize(*size);
-  std::size_t length = 0;
-  while (length < content.text.size()) {
-    const ssize_t got =
-        retrying([&] { return ::read(file.get(), content.text.data() + length, content.text.size() - length); });
-    if (got < 0) {
-      content.error = reason(errno);
-      return content;
-    }
-    if (got == 0) {
-      break;
-    }
-    length += static_cast<std::size_t>(got);
-  }
-  content.text.resize(length);
-  return content;
+  wasReplaced = !mine || !(mine->identity == atPath->identity);
+  isKnown_ = !wasReplaced;
+  return {};
 }
 
-std::optional<std::string> SessionLogFile::remove() {
+SessionLogFile::Opened SessionLogFile::open() const {
+  Opened opened;
+  if (whatIsWrongWithFolderOf(path_)) {
+    opened.error = EPERM;
+    return opened;
+  }
+  opened.file = openWithoutWaiting(path_, O_RDONLY);
+  opened.error = opened.file.isOpen() ? 0 : errno;
+  if (opened.error == 0) {
+    const auto facts = factsOf(opened.file.get());
+    opened.error = facts ? 0 : errno;
+    opened.facts = facts.value_or(FileFacts());
+  }
+  if (opened.error == 0 && !opened.facts.isOwnRegularFile) {
+    opened.error = opened.facts.isOwnFolder ? EISDIR : EPERM;
+  }
+  if (opened.error != 0) {
+    opened.file.close();
+  }
+  return opened;
+}
+
+std::optional<std::string> SessionLogFile::remove(const std::function<void(Descriptor)>& letGo) {
+  constexpr std::uint64_t kLarge = std::uint64_t{1} << 20U;
   isKnown_ = false;
-  if (auto toKeep = reasonToKeep(path_)) {
-    return toKeep;
+  if (auto wrong = whatIsWrongWithFolderOf(path_)) {
+    return wrong;
   }
-  if (::unlink(path_.c_str()) != 0 && errno != ENOENT && errno != ENOTDIR) {
+  const auto facts = factsOf(path_);
+  if (!facts) {
+    return errno == ENOENT || errno == ENOTDIR ? std::nullopt : std::optional(reason(errno));
+  }
+  if (!facts->isOwnRegularFile) {
+    return facts->isOwnFolder ? reason(EISDIR) : "it is no regular file of this user";
+  }
+  Descriptor content = facts->size > kLarge ? openWithoutWaiting(path_, O_RDONLY) : Descriptor();
+  if (retrying([&] { return FileCalls::current().unlink(path_.c_str()); }) != 0 && errno != ENOENT) {
     return reason(errno);
   }
-  return std::nullopt;
-}
-
-std::optional<std::string> SessionLogFile::replace(std::string_view content) {
-  if (auto toKeep = reasonToKeep(path_)) {
-    return toKeep;
-  }
-  const std::string next = path_ + ".next";
-  if (::unlink(next.c_str()) != 0 && errno != ENOENT) {
-    return reason(errno);
-  }
-  const Descriptor file(
-      retrying([&] { return ::open(next.c_str(), O_WRONLY | O_CREAT | O_EXCL | kSafeFlags, kFileMode); }));
-  if (!file.isOpen()) {
-    return reason(errno);
-  }
-  auto error = writeAll(file.get(), content);
-  if (!error && ::rename(next.c_str(), path_.c_str()) != 0) {
-    error = reason(errno);
-  }
-  if (error) {
-    ::unlink(next.c_str());
-    return error;
-  }
-  isKnown_ = true;
+  letGo(std::move(content));
   return std::nullopt;
 }
 

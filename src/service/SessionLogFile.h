@@ -1,61 +1,69 @@
 #pragma once
 
-#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "service/OwnFile.h"
+
 namespace zqlogging {
 
-/// The file that keeps records until they are acknowledged: entries, each followed by `kEntrySeparator`.
-/// Opened and closed for each operation. Only a regular file of this user is read or written; a link, a FIFO or
-/// another user's file at the path counts as a file that cannot be opened. Not synchronized.
+/// The file that keeps records until they are acknowledged: entries, each followed by `kEntrySeparator`. All services
+/// of the user append to it, and each may put another file without its own entries in its place (LogFileChange).
+/// Opened and closed for each operation. Only a regular file of this user, in a folder of this user or the system's,
+/// is opened or deleted; anything else at the path or the folder's is left alone. Not synchronized.
 class SessionLogFile {
  public:
-  static constexpr std::string_view kEntrySeparator = ",\n";
-
-  enum class AppendResult { written, notCreated, notOpened, notWritten };
+  enum class AppendResult {
+    written,
+    notCreated,
+    notOpened,
+    notWritten,
+  };
   struct Appended {
     AppendResult result = AppendResult::written;
-    std::optional<std::size_t> offset;  ///< where the entry begins, when the file was looked at
+    /// It failed for want of something that may come back: room, descriptors, a healthy disk.
+    bool mayWorkLater = false;
+    /// How often the entry has been written: again for each time that the file was replaced meanwhile. What replaced
+    /// it may have taken the entry over or not.
+    int copies = 1;
   };
 
   explicit SessionLogFile(std::string path);
 
   [[nodiscard]] const std::string& path() const { return path_; }
 
-  /// Adds an entry, separator included, in one write that is taken back when it is cut short. Creates the file, and
+  /// Adds entries, separators included, in one write that is taken back when it is cut short. Creates the file, and
   /// its folder, for this user alone. The first append, and the first after `lookAgain` or a failure, looks at the
-  /// file: whose it is, and whether an interrupted write has left a tail, which is then closed. The others open, write
-  /// and close.
-  Appended append(std::string_view entryWithSeparator);
+  /// file: whose it is, and whether an interrupted write has left a tail, which is then closed. The others open,
+  /// write, close, and look whether the file is still the one at the path.
+  Appended append(std::string_view entriesWithSeparators);
 
   /// Others may have changed the file.
   void lookAgain() { isKnown_ = false; }
 
-  struct Content {
-    bool opened = false;
-    std::string text;
-    std::optional<std::string> error;  ///< why an opened file could not be read
+  /// The file, open for reading; not open when there is none that may be read.
+  struct Opened {
+    Descriptor file;
+    FileFacts facts;
+    int error = 0;  ///< why it is not open
   };
-  [[nodiscard]] Content read() const;
+  [[nodiscard]] Opened open() const;
 
-  /// Deletes the file when there is one. The reason when it cannot be deleted.
-  std::optional<std::string> remove();
-
-  /// Puts a file with this content in the place of the present one, at once. The reason when it cannot; the present
-  /// file then stays.
-  std::optional<std::string> replace(std::string_view content);
+  /// Deletes the file when there is one. The reason when it cannot be deleted. What `letGo` is given keeps the content
+  /// of a large one alive, whose end takes its time.
+  std::optional<std::string> remove(const std::function<void(Descriptor)>& letGo);
 
  private:
-  [[nodiscard]] int openForAppending(AppendResult& failure) const;
-  static Appended appendWithALook(int fd, std::string_view entryWithSeparator);
+  Descriptor openForAppending(Appended& failure) const;
+  Appended appendOnce(std::string_view entries, bool& wasReplaced);
 
   std::string path_;
-  bool isKnown_ = false;  // a regular file of this user that ends with a separator, as far as we know
+  bool isKnown_ = false;  // an own file that ends with a separator, as far as we know
 };
 
-/// Bytes at the end of `text` that begin a UTF-8 character and do not end it, as an interrupted write leaves them.
-std::size_t lengthOfTornCharacter(std::string_view text);
+/// Why the folder of a log file must not be used; nothing also when it is not there.
+std::optional<std::string> whatIsWrongWithFolderOf(const std::string& path);
 
 }  // namespace zqlogging

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "accessibility/AXError.h"
 #include "diagnostics/DeveloperTiers.h"
 #include "events/ZQUILogFocusEvent.h"
@@ -27,11 +29,14 @@ CGRect windowFrame(const ZQAccessibilityElement& element) {
 }  // namespace
 
 void ServiceImpl::applicationActivated(const port::Notification& notification) {
-  focusMayHaveMoved = platform->clock().steadyTime();
+  lastSwitch = platform->clock().steadyTime();
   if (!notification.application || !notification.application->bundleIdentifier) {
     return;
   }
-  const port::RunningApplication& activated = *notification.application;
+  runAside([activated = *notification.application](ServiceImpl& impl) { impl.followActivated(activated); });
+}
+
+void ServiceImpl::followActivated(const port::RunningApplication& activated) {
   const auto scope = platform->accessibility().openReadScope();
   const auto applications = Application::allForBundleID(*platform, *activated.bundleIdentifier);
   if (applications.empty()) {
@@ -57,12 +62,14 @@ void ServiceImpl::applicationActivated(const port::Notification& notification) {
     }
     recordFocus(windowElement, *describedWindow);
   }
-  try {
-    service.startAppWatcher(application);
-  } catch (const std::exception& error) {
-    trace("Error: Could not watch app [" + activated.description + "]: " + error.what());
-  }
-  app = application;
+  returnToMain([application, description = activated.description](ServiceImpl& impl) {
+    try {
+      impl.service.startAppWatcher(application);
+    } catch (const std::exception& error) {
+      trace("Error: Could not watch app [" + description + "]: " + error.what());
+    }
+    impl.app = application;
+  });
 }
 
 void ServiceImpl::recordFocus(const ZQAccessibilityElement& element, const NameAndPath& described) {
@@ -72,8 +79,10 @@ void ServiceImpl::recordFocus(const ZQAccessibilityElement& element, const NameA
   record->elementControlType = element.elementControlType();
   record->elementValue = cutForRecord(element.axValue());
   setSurroundings(*record, element);
-  appendEvent(std::move(record), [](ZQUILogFocusEvent& focus, const EventLog::Stamp& stamp) {
-    focus.isRemoteControlEvent = stamp.lastWasRemote;
+  returnToMain([record](ServiceImpl& impl) {
+    impl.appendEvent(record, [](ZQUILogFocusEvent& focus, const EventLog::Stamp& stamp) {
+      focus.isRemoteControlEvent = stamp.lastWasRemote;
+    });
   });
 }
 
@@ -118,6 +127,14 @@ void ServiceImpl::processFocusEvent(AXNotification notification, const port::Ele
     return;
   }
   trace("processFocusEvent");
+  runAside([notification, elementRef](ServiceImpl& impl) { impl.describeFocus(notification, elementRef); });
+}
+
+void ServiceImpl::describeFocus(AXNotification notification, const port::ElementRef& elementRef) {
+  const std::uint64_t leftOutSoFar = platform->accessibility().notificationsLeftOut();
+  if (std::exchange(leftOut, leftOutSoFar) != leftOutSoFar) {
+    trace("Notifications left out so far: " + std::to_string(leftOutSoFar));
+  }
   const auto scope = platform->accessibility().openReadScope();
   const ZQAccessibilityElement element = guarded(elementRef);
   if (notification == AXNotification::focusedUIElementChanged) {

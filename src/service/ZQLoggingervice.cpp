@@ -15,7 +15,6 @@ namespace zqlogging {
 namespace {
 
 constexpr const char* kLogFileName = "/slog.json";
-constexpr std::chrono::seconds CHUNKS_INTERVAL{20};
 constexpr std::chrono::milliseconds kReadBackDelay{400};
 /// Seconds that a hit test waits for an application.
 constexpr float kMessagingTimeout = 0.1F;
@@ -51,6 +50,7 @@ ServiceImpl::ServiceImpl(ZQLoggingervice& owner, std::shared_ptr<port::Platform>
       ocr(platform) {}
 
 ServiceImpl::~ServiceImpl() {
+  perform([this] { changeFile(); });  // what another process kept us from
   if (observer != nullptr && !platform->mainLoop().isMainThread()) {
     // An observer belongs to the thread that made it.
     platform->mainLoop().runSoon([desktop = platform, last = std::move(observer)]() mutable { last.reset(); });
@@ -129,6 +129,19 @@ void ZQLoggingervice::modifyDebuLogging(const std::function<void(bool&)>& change
   modify(debuLogging(), change, [this](bool value) { setDebuLogging(value); });
 }
 
+bool ZQLoggingervice::followsFromStart() const { return impl_->followsFromStart; }
+
+void ZQLoggingervice::setFollowsFromStart(bool value) { impl_->followsFromStart = value; }
+
+void ZQLoggingervice::modifyFollowsFromStart(const std::function<void(bool&)>& change) {
+  modify(followsFromStart(), change, [this](bool value) { setFollowsFromStart(value); });
+}
+
+void ZQLoggingervice::enableAccessibility(std::function<void(const EnabledAccessibility&)> completion) {
+  requireSharedOwner(weak_from_this());
+  impl_->enableAccessibility(std::move(completion));
+}
+
 void ZQLoggingervice::mainAppChanged(const port::Notification& notification) {
   requireSharedOwner(weak_from_this());
   impl_->perform([&] { impl_->applicationActivated(notification); });
@@ -138,6 +151,9 @@ bool ZQLoggingervice::start(const std::string& sessionCode, const std::vector<st
                             const std::vector<std::string>& processes) {
   requireSharedOwner(weak_from_this());
   port::Platform& desktop = *impl_->platform;
+  if (!impl_->running) {
+    impl_->lookAtSession();  // also of a session in which nothing can be started
+  }
   if (!checkAccessibilityPermission(false)) {
     return false;
   }
@@ -146,6 +162,8 @@ bool ZQLoggingervice::start(const std::string& sessionCode, const std::vector<st
     return false;
   }
   impl_->running = true;
+  impl_->noteDriven();
+  impl_->isWatched = true;
   const std::uint64_t session = ++impl_->sessions;
   const std::string code = validUtf8(sessionCode);
   // Everything scheduled below holds the service weakly: it is the host's alone to keep.
@@ -166,6 +184,7 @@ bool ZQLoggingervice::start(const std::string& sessionCode, const std::vector<st
     state.chunksTimer =
         state.platform->mainLoop().startRepeatingTimer(CHUNKS_INTERVAL, [weak](const port::Timer& timer) {
           if (const auto service = weak.lock()) {
+            service->impl_->noteDriven();
             service->impl_->perform([&] { service->notifyChunkAvailable(timer); });
           }
         });
@@ -186,17 +205,23 @@ bool ZQLoggingervice::start(const std::string& sessionCode, const std::vector<st
   subscribe(port::NotificationName::willPowerOff, &ZQLoggingervice::willPowerOff);
   subscribe(port::NotificationName::willSleep, &ZQLoggingervice::didSleep);
   subscribe(port::NotificationName::screensDidWake, &ZQLoggingervice::didWake);
+  if (impl_->followsFromStart) {
+    desktop.workspace().announceFrontmost();
+  }
   return true;
 }
 
 void ZQLoggingervice::stop(std::function<void(bool)> completion) {
   requireSharedOwner(weak_from_this());
   impl_->subscriptions.clear();
+  ++impl_->stops;
   try {
     impl_->takeDownWatcher();
   } catch (const AXError&) {  // the application may be gone; the stop goes on
   }
   const bool wasRunning = std::exchange(impl_->running, false);
+  impl_->isWatched = false;
+  impl_->endAnnouncement();
   impl_->platform->mainLoop().runSoon([weak = weak_from_this()] {
     const auto alive = weak.lock();
     if (alive != nullptr && !alive->impl_->running) {
@@ -237,8 +262,8 @@ void ZQLoggingervice::processExternalEvent(std::uint64_t eventType, double x, do
                                            const std::string& characters) {
   requireSharedOwner(weak_from_this());
   const double now = impl_->platform->clock().steadyTime();
-  impl_->noteForwarded(eventType, characters, now);
-  impl_->enqueue(ForwardedEvent{eventType, {x, y}, source, TypedText(characters), now});
+  const double focusMovedBefore = impl_->noteForwarded(eventType, characters, now);
+  impl_->enqueue(ForwardedEvent{eventType, {x, y}, source, TypedText(characters), now, focusMovedBefore});
 }
 
 void ZQLoggingervice::clearLogs() { impl_->clearLogs(); }
@@ -281,6 +306,11 @@ std::unique_ptr<JsonObject> ZQLoggingervice::convertToDictionary(std::string_vie
     impl_->platform->logs().standardOutput(error.what());
     return nullptr;
   }
+}
+
+std::map<std::string, std::uint64_t> ZQLoggingervice::droppedEvents() const {
+  const std::lock_guard lock(impl_->mutex);
+  return impl_->dropped;
 }
 
 bool ZQLoggingervice::checkAccessibilityPermission(bool prompt) {

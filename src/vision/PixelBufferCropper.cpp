@@ -6,7 +6,7 @@ namespace zqlogging {
 
 port::Image PixelBufferCropper::createCroppedPixelBufferCoreImage(const PixelBuffer& pixelBuffer, CGRect cropRect,
                                                                   CGSize scaleSize) const {
-  const port::Image cropped = port::Image(pixelBuffer).cropped(cropRect);
+  port::Image cropped = port::Image(pixelBuffer).cropped(cropRect);
   if (cropRect.size == scaleSize || !assertCropAndScaleValid(cropped, scaleSize)) {
     return cropped;
   }

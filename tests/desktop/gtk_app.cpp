@@ -3,8 +3,10 @@
 //   gtk_app [--title TITLE] [--at X,Y]
 //
 // Lines on standard input change it: "dialog" opens a modal dialog, "answer" closes it, "focus NAME" moves the focus,
-// "quit" ends it.
+// "join" brings one that was started with NO_AT_BRIDGE=1 to the accessibility bus, "storm RATE TIME" tells of so many
+// focus changes a second for so many milliseconds, "quit" ends it.
 
+#include <atk-bridge.h>
 #include <gtk/gtk.h>
 
 #include <cstdio>
@@ -140,6 +142,28 @@ GtkWidget* createWindow(const char* title) {
   return window;
 }
 
+/// Tells of focus changes that there are not, between two controls.
+struct Storm {
+  double rate;  // a millisecond
+  gint64 begin, end;
+  int told = 0;
+
+  static gboolean blow(gpointer data) {
+    auto* storm = static_cast<Storm*>(data);
+    const gint64 now = g_get_monotonic_time();
+    const char* const names[] = {"text", "button"};
+    for (; storm->told < storm->rate * static_cast<double>(now - storm->begin) / 1000; ++storm->told) {
+      AtkObject* object = gtk_widget_get_accessible(controls.at(names[storm->told % 2]));
+      atk_object_notify_state_change(object, ATK_STATE_FOCUSED, TRUE);
+    }
+    if (now < storm->end) {
+      return TRUE;
+    }
+    delete storm;
+    return FALSE;
+  }
+};
+
 gboolean obey(GIOChannel* input, GIOCondition, gpointer window) {
   char* line = nullptr;
   if (g_io_channel_read_line(input, &line, nullptr, nullptr, nullptr) != G_IO_STATUS_NORMAL) {
@@ -153,8 +177,18 @@ gboolean obey(GIOChannel* input, GIOCondition, gpointer window) {
   if (command == "answer") {
     gtk_widget_destroy(controls.at("dialog"));
   }
+  if (command == "join") {
+    unsetenv("NO_AT_BRIDGE");
+    atk_bridge_adaptor_init(nullptr, nullptr);
+  }
   if (command == "quit") {
     gtk_widget_destroy(GTK_WIDGET(window));
+  }
+  int rate = 0;
+  int time = 0;
+  if (std::sscanf(command.c_str(), "storm %d %d", &rate, &time) == 2) {
+    const gint64 now = g_get_monotonic_time();
+    g_timeout_add(1, Storm::blow, new Storm{rate / 1000.0, now, now + gint64{1000} * time});
   }
   if (command.starts_with("focus ")) {
     gtk_widget_grab_focus(controls.at(command.substr(6)));

@@ -10,6 +10,7 @@
 #include "events/ZQUILogKeyboardEvent.h"
 #include "events/ZQUILogMouseEvent.h"
 #include "events/ZQUILogRemoteCommand.h"
+#include "text/Text.h"
 
 namespace zqlogging {
 namespace {
@@ -84,6 +85,9 @@ TEST(Records, EveryKindSurvivesTheFile) {
   for (const char* entry : entries) {
     EXPECT_EQ(jsonOf(*decoded(entry)), entry);
   }
+  EXPECT_TRUE(decoded(R"({"more":{"eventType":"Unknown"},"id":1,"timestamp":2,"eventType":"RemoteCommand","cli":"",)"
+                      R"("role":"","command":"","details":"","isRemoteControlEvent":true})"))
+      << "only the top level counts";
   const LogEvent system = decoded(R"({"eventType":"System","id":1,"timestamp":2,"type":"t","description":"d"})");
   EXPECT_EQ(jsonOf(*system), R"({"id":1,"timestamp":2,"type":"t","description":"d"})");
   EXPECT_EQ(textOf(*system), R"([{"eventInfo":{"name":"System"},"id":1,"ts":2}])");
@@ -135,6 +139,40 @@ TEST(Records, AMissingKeyOrAWrongTypeIsNamed) {
       EXPECT_THAT(error.what(), testing::HasSubstr(message)) << entry;
     }
   }
+}
+
+TEST(Records, NumbersAreExactHoweverTheyAreWritten) {
+  struct {
+    const char* written;
+    std::int64_t value;
+  } cases[] = {{"9223372036854775807", INT64_MAX},
+               {"-9223372036854775808", INT64_MIN},
+               {"9223372036854775807.000", INT64_MAX},
+               {"922337203685477580.7e1", INT64_MAX},
+               {"9007199254740993.0", 9007199254740993},
+               {"-0", 0},
+               {"0e300", 0},
+               {"1.50E+1", 15}};
+  for (const auto& [written, value] : cases) {
+    const std::string entry =
+        R"({"eventType":"System","id":)" + std::string(written) + R"(,"timestamp":7,"type":"t","description":"d"})";
+    std::string again;
+    decoded(entry)->appendJson(again);
+    EXPECT_THAT(again, testing::StartsWith("{\"id\":" + std::to_string(value) + ",")) << written;
+  }
+  for (const char* tooBig : {"1e400", "-1e999999999999999999999"}) {
+    EXPECT_THROW(JsonObject::parse("{\"a\":" + std::string(tooBig) + "}"), DecodingError);
+  }
+  for (const char* notWhole : {"9223372036854775808.0", "1e19", "1e-400", "0.5"}) {
+    EXPECT_THROW(decoded(R"({"eventType":"System","id":)" + std::string(notWhole) + "}"), DecodingError) << notWhole;
+  }
+}
+
+TEST(Records, HalfACharacterIsReplaced) {
+  const auto object = JsonObject::parse(R"({"a":"x\udc00y","b":"\ud83d\ude00"})");
+  EXPECT_EQ(validUtf8(std::string(std::get<std::string_view>(*object->find("a")))),
+            std::get<std::string_view>(*object->find("a")));
+  EXPECT_EQ(std::get<std::string_view>(*object->find("b")), "\xf0\x9f\x98\x80");
 }
 
 TEST(Records, OnlyObjectsAreJsonObjects) {

@@ -1,8 +1,11 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "events/RunningReduction.h"
 #include "events/ZQLogEventReducer.h"
 #include "events/ZQUILogFocusEvent.h"
 #include "events/ZQUILogMouseEvent.h"
@@ -24,14 +27,38 @@ LogEvent focus(std::int64_t time) {
   return record;
 }
 
-/// "time:kind" of each record that is left.
-std::vector<std::string> reduced(const std::vector<LogEvent>& records) {
+/// "time:kind" of each record.
+std::vector<std::string> namesOf(const std::vector<LogEvent>& records) {
   std::vector<std::string> result;
-  for (const LogEvent& record : ZQLogEventReducer::filter(records)) {
+  for (const LogEvent& record : records) {
     const auto* event = dynamic_cast<const ZQUILogMouseEvent*>(record.get());
     result.push_back(std::to_string(record->date()) + ":" + (event == nullptr ? "Focus" : event->mouseEventType));
   }
   return result;
+}
+
+std::vector<std::string> reduced(const std::vector<LogEvent>& records) {
+  return namesOf(ZQLogEventReducer::filter(records));
+}
+
+TEST(Reducer, ARunningReductionHasTheNewestOfTheWholeOnesResult) {
+  constexpr std::size_t kNewest = 5;
+  std::mt19937 random(3);
+  const char* kinds[] = {"LeftDown", "LeftUp", "RightDown", "RightUp"};
+  for (int list = 0; list < 200; ++list) {
+    RunningReduction running(kNewest);
+    std::vector<LogEvent> records;
+    std::int64_t time = 0;
+    for (int i = 0; i < 60; ++i) {
+      time += static_cast<std::int64_t>(random() % 300);
+      records.push_back(random() % 5 == 0 ? focus(time) : mouse(time, kinds[random() % 4]));
+      running.add(records.back());
+      std::vector<std::string> expected = reduced(records);
+      expected.erase(expected.begin(),
+                     expected.end() - static_cast<std::ptrdiff_t>(std::min(kNewest, expected.size())));
+      ASSERT_EQ(namesOf(running.result()), expected);
+    }
+  }
 }
 
 TEST(Reducer, FoldsAPressAndItsReleaseOnlyWhenTheyBelongTogether) {

@@ -1,8 +1,12 @@
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <cerrno>
 #include <thread>
 
+#include "service/FileCalls.h"
 #include "support/ServiceFixture.h"
+#include "zqlogging/JsonObject.h"
 
 namespace zqlogging::test {
 namespace {
@@ -143,7 +147,8 @@ TEST_F(Delivery, DamagedFilesGiveWhatCanBeRead) {
       {"empty", "", {}, 1},
       {"cut off in the middle", entry(1) + ",\n" + entry(2).substr(0, 30), {1}, 1},
       {"no last separator", entry(1) + ",\n" + entry(2), {1, 2}, 0},
-      {"torn separator", entry(1) + ",\n" + entry(2) + ",", {1}, 1},
+      {"torn separator", entry(1) + ",\n" + entry(2) + ",", {1, 2}, 0},
+      {"zero bytes around an entry", std::string(9, '\0') + entry(1) + std::string(9, '\0'), {1}, 0},
       {"torn inside a character", entry(1) + ",\n{\"details\":\"gr\xc3", {1}, 1},
       {"an array and an unknown type", "[1],\n{\"eventType\":\"Unknown\"},\n" + entry(4), {4}, 0},
       {"a missing key ends the reading", entry(1) + ",\n" + missing + ",\n" + entry(5) + ",\n", {1}, 0},
@@ -221,6 +226,119 @@ TEST_F(Delivery, TheReadBackTakesTheWholeFileWhateverIsInMemory) {
   startAndReadBack();
   EXPECT_THAT(lastChunkIds(), ElementsAre(1, 1));
   EXPECT_EQ(file(), inspect().records()[0] + ",\n") << "what is read back is in the file already";
+}
+
+TEST_F(Delivery, AYesTakesOutTheAnsweringServicesEntriesAlone) {
+  const auto other = std::make_shared<ZQLoggingervice>(platform);
+  startAndReadBack();
+  command("mine");
+  other->logRemoteCommand("cli", "role", "theirs", std::nullopt);
+  delegate->onChunk = [](const auto& answer) { answer(true); };
+  service->stop(nullptr);
+  EXPECT_THAT(inspect().records(), IsEmpty());
+  EXPECT_EQ(file(), ServiceInspector(*other).records().back() + ",\n");
+}
+
+/// A disk without room, as long as it is full.
+struct FullDisk final : FileCalls {
+  FullDisk() { FileCalls::use(this); }
+  ~FullDisk() override { FileCalls::use(nullptr); }
+  ssize_t write(int fd, const void* from, std::size_t length) override {
+    errno = ENOSPC;
+    return isFull ? -1 : FileCalls::write(fd, from, length);
+  }
+  bool isFull = true;
+};
+
+TEST_F(Delivery, WhatAFullDiskRefusedIsWrittenInOrderOnceThereIsRoom) {
+  FullDisk disk;
+  command("a");
+  command("b");
+  EXPECT_EQ(file(), "");
+  disk.isFull = false;
+  command("c");
+  const auto records = inspect().records();
+  ASSERT_THAT(records, SizeIs(3));
+  EXPECT_EQ(file(), records[0] + ",\n" + records[1] + ",\n" + records[2] + ",\n");
+}
+
+TEST_F(Delivery, AYesThatCannotReachTheFileIsMadeGoodLater) {
+  startAndReadBack();
+  command("a");
+  delegate->onChunk = [](const auto& answer) { answer(true); };
+  {
+    /// Lets nothing leave its place.
+    struct NoRenames final : FileCalls {
+      int rename(const char*, const char*) override {
+        errno = EIO;
+        return -1;
+      }
+    } calls;
+    FileCalls::use(&calls);
+    advance(20s);
+    FileCalls::use(nullptr);
+  }
+  EXPECT_THAT(inspect().records(), IsEmpty());
+  EXPECT_NE(file(), std::nullopt);
+  advance(20s);
+  EXPECT_EQ(file(), std::nullopt);
+}
+
+TEST_F(Delivery, WhatACrashLeavesOfAnEmptyFileGoesWithTheNextTick) {
+  for (const std::string& text : {std::string(), std::string(4096, '\0')}) {
+    restart();
+    leave(text);
+    startAndReadBack();
+    EXPECT_EQ(file(), text) << "reading changes nothing";
+    advance(20s);
+    EXPECT_EQ(file(), std::nullopt);
+  }
+}
+
+TEST_F(Delivery, ALargeFileIsReadAndChangedOnAThreadOfItsOwn) {
+  struct Watching : ZQLoggingervice {
+    using ZQLoggingervice::ZQLoggingervice;
+    std::unique_ptr<JsonObject> convertToDictionary(std::string_view text) override {
+      readOnMain = readOnMain || std::this_thread::get_id() == main;
+      return ZQLoggingervice::convertToDictionary(text);
+    }
+    std::thread::id main = std::this_thread::get_id();
+    std::atomic<bool> readOnMain = false;
+  };
+  constexpr int kCount = 3000;  // of which memory keeps all, and a chunk the newest
+  std::string text;
+  for (int id = 1; id <= kCount; ++id) {
+    text += entry(id) + ",\n";
+  }
+  leave(text);
+  platform->setWorksInline(false);
+  const auto watching = std::make_shared<Watching>(platform);
+  service = watching;
+  service->setDelegate(delegate);
+  startAndReadBack();
+  EXPECT_FALSE(watching->readOnMain);
+  ASSERT_THAT(delegate->chunks, SizeIs(1));
+  EXPECT_EQ(lastChunkIds().back(), kCount);
+  EXPECT_THAT(inspect().records(), SizeIs(kCount));
+  delegate->chunks.back().completion(true);
+  command("new");
+  settle();
+  EXPECT_EQ(file(), inspect().records()[0] + ",\n");
+}
+
+TEST_F(Delivery, OfVeryManyRecordsTheNewestAreHeldAndAllAreAnswered) {
+  constexpr int kCount = 10300;
+  startAndReadBack();
+  for (int i = 0; i < kCount; ++i) {
+    command("c");
+    platform->time().pass(1s);
+  }
+  EXPECT_THAT(inspect().records(), SizeIs(10000));
+  delegate->onChunk = [](const auto& answer) { answer(true); };
+  advance(20s);
+  EXPECT_EQ(lastChunkIds().back(), kCount);
+  EXPECT_THAT(inspect().records(), IsEmpty());
+  EXPECT_EQ(file(), std::nullopt);
 }
 
 TEST_F(Delivery, AnUnusableFileCostsNoRecord) {

@@ -45,8 +45,6 @@ struct FakeObserver : port::NotificationObserver {
 
 /// The parts of a desktop that the accessibility layer uses.
 struct FakePlatform : port::Platform, port::Accessibility, port::Workspace, port::LogSinks {
-  bool trusted = true;
-  std::vector<bool> prompts;
   std::vector<port::RunningApplication> running;
   std::shared_ptr<FakeElement> systemWide = std::make_shared<FakeElement>(*this, "desktop");
   std::map<std::int32_t, std::shared_ptr<FakeElement>> applicationElements;
@@ -65,10 +63,7 @@ struct FakePlatform : port::Platform, port::Accessibility, port::Workspace, port
   std::string cachesFolder() override { throw std::logic_error("no files here"); }
   std::optional<std::string> hostIdentifier() override { return std::nullopt; }
 
-  bool isProcessTrusted(bool prompt) override {
-    prompts.push_back(prompt);
-    return trusted;
-  }
+  bool isProcessTrusted(bool) override { return true; }
   port::ElementRef createSystemWideElement() override { return systemWide; }
   port::ElementRef createApplicationElement(std::int32_t pid) override {
     auto& element = applicationElements[pid];
@@ -101,11 +96,12 @@ struct FakePlatform : port::Platform, port::Accessibility, port::Workspace, port
     return std::nullopt;
   }
   std::optional<std::int32_t> frontmostProcess() override { return std::nullopt; }
-  std::vector<CGRect> screens() override { return {}; }
+  port::Result<std::vector<CGRect>> screens() override { return std::vector<CGRect>(); }
   std::unique_ptr<port::Subscription> subscribe(port::NotificationName,
                                                 std::function<void(const port::Notification&)>) override {
     return nullptr;
   }
+  void announceFrontmost() override {}
 
   void systemLog(std::string_view, std::string_view, std::string_view) override {}
   void generalLog(std::string_view message) override { general.emplace_back(message); }

@@ -165,6 +165,35 @@ std::string describeLine(const ElementDescription& description) {
   return Line().addJson("describe", description.json).add("frame", description.frame).text();
 }
 
+const char* nameOf(Finding::Gravity gravity) {
+  switch (gravity) {
+    case Finding::Gravity::fine:
+      return "fine";
+    case Finding::Gravity::note:
+      return "note";
+    case Finding::Gravity::poor:
+      return "poor";
+    case Finding::Gravity::fatal:
+      break;
+  }
+  return "fatal";
+}
+
+std::string findingLine(const Finding& finding) {
+  return Line()
+      .add("code", finding.code)
+      .add("gravity", std::string(nameOf(finding.gravity)))
+      .add("meaning", finding.meaning)
+      .add("remedy", finding.remedy)
+      .add("repairable", finding.repairable)
+      .add("subject", finding.subject)
+      .text();
+}
+
+std::string repairedLine(const Finding& finding, bool repaired) {
+  return Line().add("code", finding.code).add("repaired", repaired).text();
+}
+
 std::string recognizedLine(const std::string& file, const std::vector<ZQTextDetection>& texts, double milliseconds) {
   return Line().add("file", file).add("milliseconds", std::round(milliseconds * 100) / 100).add("texts", texts).text();
 }

@@ -19,6 +19,11 @@ std::string chunkLine(const std::vector<zqlogging::EventDictionary>& events, con
 /// The element's description, and beside it its frame (null where it has none) in screen points from the top left.
 std::string describeLine(const zqlogging::ElementDescription& description);
 
+/// What the doctor has found, and what came of a repair.
+const char* nameOf(zqlogging::Finding::Gravity gravity);
+std::string findingLine(const zqlogging::Finding& finding);
+std::string repairedLine(const zqlogging::Finding& finding, bool repaired);
+
 /// What was read in a picture file, and how long that took.
 std::string recognizedLine(const std::string& file, const std::vector<zqlogging::ZQTextDetection>& texts,
                            double milliseconds);

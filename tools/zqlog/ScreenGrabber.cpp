@@ -35,7 +35,7 @@ class SharedMemory {
       return;
     }
     void* memory = shmat(id_, nullptr, 0);
-    if (memory != reinterpret_cast<void*>(-1)) {
+    if (memory != reinterpret_cast<void*>(-1)) {  // NOLINT(performance-no-int-to-ptr): so shmat fails
       bytes_ = {static_cast<std::uint8_t*>(memory), [](const std::uint8_t* bytes) { shmdt(bytes); }};
     }
   }

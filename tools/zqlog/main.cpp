@@ -4,6 +4,7 @@
 #include "Commands.h"
 #include "ExitCode.h"
 
+// NOLINTNEXTLINE(bugprone-exception-escape): nothing but a lack of memory throws outside of the try
 int main(int argc, char** argv) {
   CLI::App program("The reference host of zqlogging: records a desktop, or plays one from a file.", "zqlog");
   program.footer(
@@ -13,6 +14,7 @@ int main(int argc, char** argv) {
   int exitCode = exitDone;
   addRecord(program, exitCode);
   addInspect(program, exitCode);
+  addDoctor(program, exitCode);
   addReplay(program, exitCode);
   addRecognize(program, exitCode);
   try {

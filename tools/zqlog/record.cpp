@@ -36,6 +36,7 @@ struct Options {
   bool noTreeWalk = false;
   bool ocr = false;
   bool trace = false;
+  bool noEnableAccessibility = false;
   std::optional<double> seconds;
   std::string answer = "yes";
 };
@@ -94,7 +95,7 @@ void sayWhereTheTraceIs() {
   }
 }
 
-/// Text that cannot be recognized costs no click, but who has asked for it wants to know.
+/// Clicks are recorded without text when none can be recognized, but whoever asked for text wants to know.
 void sayWhetherTextIsRecognized(zqlogging::port::Platform& desktop) {
   const std::uint32_t pixel = 0;
   try {
@@ -102,6 +103,15 @@ void sayWhetherTextIsRecognized(zqlogging::port::Platform& desktop) {
         {{std::shared_ptr<void>(), reinterpret_cast<const std::uint8_t*>(&pixel)}, 1, 1, sizeof pixel}));
   } catch (const std::runtime_error& error) {
     std::cerr << "zqlog: text is not recognized: " << error.what() << '\n';
+  }
+}
+
+void sayWhatCameOf(const zqlogging::EnabledAccessibility& result) {
+  if (!result.enabled) {
+    std::cerr << "zqlog: programs cannot be told that somebody listens; 'zqlog doctor' tells more\n";
+  }
+  for (const std::string& program : result.needRestart) {
+    std::cerr << "zqlog: " << program << " must be started again to be recorded well\n";
   }
 }
 
@@ -143,6 +153,10 @@ int record(const Options& options) {
     serverLost = true;
     zqlogging::wakeMainLoop();
   };
+  service->setFollowsFromStart(true);
+  if (!options.noEnableAccessibility) {
+    service->enableAccessibility(sayWhatCameOf);
+  }
   if (!service->start(options.session, options.urls, options.processes)) {
     printLine(startLine(false));
     throw std::runtime_error("the accessibility service does not answer (is at-spi2-core installed and running?)");
@@ -159,6 +173,10 @@ int record(const Options& options) {
   // The service's worker may still have the event forwarded last, which takes it a quarter of a second at most.
   pumpFor(milliseconds(250), never);
   service->stop([](bool delivered) { printLine(stoppedLine(delivered)); });
+  for (const auto& [reason, count] : service->droppedEvents()) {
+    std::cerr << "zqlog: events without a record, because of what could not be told: " << count << ", " << reason
+              << '\n';
+  }
   if (serverLost) {
     throw std::runtime_error("the X server has gone away");
   }
@@ -186,6 +204,8 @@ void addRecord(CLI::App& program, int& exitCode) {
   command->add_flag("--no-tree-walk", options->noTreeWalk,
                     "Do not search a window's tree where the desktop finds only the window");
   command->add_flag("--ocr", options->ocr, "Recognize the text around each click, in a picture of the screen");
+  command->add_flag("--no-enable-accessibility", options->noEnableAccessibility,
+                    "Do not tell programs that somebody listens: many then tell nothing of what is in their windows");
   command->add_flag("--trace", options->trace, "Write the library's own trace to the system log");
   command->add_option("--seconds", options->seconds, "End after this time")->check(CLI::Range(0.0, 1e7));
   command->add_option("--answer", options->answer, "Answer to each chunk; 'no' keeps the records for the next one")

@@ -82,8 +82,10 @@ Result<Value> ApplicationElement::copyAttributeValue(const std::string& attribut
     }
     const AtspiSubject subject{elements(), batch, roots.front(), timeout()};
     Result<Value> value = attributeValue(subject, attribute);
+    // Of one that does not answer, what the X server knows tells at least which it is.
     const bool isNameless = attribute == "AXTitle" && !value;
-    return isNameless ? valueOfStranger(attribute) : value;
+    const bool isSilent = attribute == "AXRole" && value.code == ResultCode::cannotComplete;
+    return isNameless || isSilent ? valueOfStranger(attribute) : value;
   });
 }
 
@@ -101,9 +103,13 @@ Result<Value> ApplicationElement::valueOfStranger(const std::string& attribute) 
   const auto active = services().windows().activeWindow();
   const bool isActive = active && active->pid == pid_;
   if (attribute == "AXFrontmost") {
-    return Value(isActive);
+    return active.code == ResultCode::cannotComplete ? Result<Value>(active.code) : Result<Value>(Value(isActive));
   }
-  std::vector<WindowStack::Window> own = services().windows().windows();
+  const auto all = services().windows().windows();
+  if (!all) {
+    return all.code;
+  }
+  std::vector<WindowStack::Window> own = *all;
   std::erase_if(own, [&](const WindowStack::Window& window) { return window.pid != pid_ || window.overrideRedirect; });
   if (attribute == "AXTitle") {
     const std::string title =

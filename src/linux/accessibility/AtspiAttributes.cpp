@@ -86,9 +86,11 @@ Result<Value> readTitle(const AtspiSubject& subject) {
     return name;
   }
   const auto pid = readProcess(subject.object, subject.batch, subject.seconds);
-  return pid ? nonEmpty(titleOnServer(subject.services().windows().windows(), *pid,
-                                      frameFrom(subject.read(AtspiRequest::extents))))
-             : name;
+  const auto windows = subject.services().windows().windows();
+  if (!pid || !windows) {
+    return name;
+  }
+  return nonEmpty(titleOnServer(windows.value, *pid, frameFrom(subject.read(AtspiRequest::extents))));
 }
 
 Result<Value> readEnabled(const AtspiSubject& subject) {
@@ -259,6 +261,9 @@ Result<Value> readWindows(const AtspiSubject& subject) {
 Result<Value> readFrontmost(const AtspiSubject& subject) {
   const auto active = subject.services().windows().activeWindow();
   const auto pid = readProcess(subject.object, subject.batch, subject.seconds);
+  if (active.code == ResultCode::cannotComplete) {
+    return active.code;
+  }
   return Value(active && pid && active->pid == pid);
 }
 

@@ -26,10 +26,13 @@ std::optional<AtspiObject> mainWindow(const AtspiSubject& application) {
   auto inFront = application.services().windows().activeWindow();
   if (!inFront || inFront->pid != pid) {
     const auto stack = application.services().windows().windows();
-    const auto top = std::find_if(stack.begin(), stack.end(), [&](const WindowStack::Window& window) {
+    if (!stack) {
+      return std::nullopt;
+    }
+    const auto top = std::find_if(stack->begin(), stack->end(), [&](const WindowStack::Window& window) {
       return window.pid == pid && !window.overrideRedirect;
     });
-    inFront = top == stack.end() ? std::nullopt : std::optional(*top);
+    inFront = top == stack->end() ? port::Result<WindowStack::Window>(port::ResultCode::noValue) : *top;
   }
   if (inFront) {
     if (const AtspiWindow* match = matchingWindow(windows.value, *inFront)) {

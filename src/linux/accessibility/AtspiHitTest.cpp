@@ -30,67 +30,58 @@ class HitTest {
         seconds_(seconds) {}
 
   Result<ElementRef> run(std::optional<std::int32_t> pid) {
-    if (!services_.windows().isAvailable()) {
-      return withoutStacking(pid);
-    }
     const auto window = pid ? windowOf(*pid) : services_.windows().windowAt(point_.x(), point_.y());
     if (!window) {
-      return ResultCode::noValue;
+      return window.code;
     }
-    const auto roots = window->pid ? services_.readRootsOf(*window->pid, batch_, seconds_) : std::vector<AtspiObject>();
-    for (const AtspiObject& root : roots) {
+    if (!window->pid) {
+      return ResultCode::cannotComplete;  // whose it is decides whether it may be told
+    }
+    const auto inApplication = elementOf(*window);
+    // What the application does not say, the X server does of the window as a whole.
+    return inApplication.code == ResultCode::cannotComplete ? seenByServer(*window) : inApplication;
+  }
+
+ private:
+  ElementRef seenByServer(const WindowStack::Window& window) const {
+    return elements_.partOfWindow(window, {double(point_.x()), double(point_.y())});
+  }
+
+  Result<ElementRef> elementOf(const WindowStack::Window& window) {
+    for (const AtspiObject& root : services_.readRootsOf(*window.pid, batch_, seconds_)) {
       const auto windows = readWindows(batch_, root, seconds_);
       if (!windows) {
         return windows.code;
       }
-      const AtspiWindow* match = matchingWindow(windows.value, *window);
+      const AtspiWindow* match = matchingWindow(windows.value, window);
       if (match) {
         Result<AtspiObject> found = point_.innermost(match->object);
-        const bool isPopup = window->overrideRedirect || window->type == WindowStack::Type::menu;
+        const bool isPopup = window.overrideRedirect || window.type == WindowStack::Type::menu;
         const bool isEmpty = found && found.value == match->object;
         const auto choice = isPopup && isEmpty ? itemOfComboBeside(point_, windows.value, *match) : std::nullopt;
         return finish(choice ? Result<AtspiObject>(*choice) : found, isPopup);
       }
-      if (window->type == WindowStack::Type::toolTip) {
+      if (window.type == WindowStack::Type::toolTip) {
         continue;
       }
-      if (const auto item = itemOfUnlistedPopup(point_, windows.value, window->frame)) {
+      if (const auto item = itemOfUnlistedPopup(point_, windows.value, window.frame)) {
         return finish(*item, true);
       }
     }
-    return elements_.partOfWindow(*window, {double(point_.x()), double(point_.y())});
+    return seenByServer(window);
   }
 
- private:
-  std::optional<WindowStack::Window> windowOf(std::int32_t pid) {
-    for (const WindowStack::Window& window : services_.windows().windows()) {
+  Result<WindowStack::Window> windowOf(std::int32_t pid) {
+    const auto all = services_.windows().windows();
+    if (!all) {
+      return all.code;
+    }
+    for (const WindowStack::Window& window : *all) {
       if (window.pid == pid && point_.isInside(window.frame)) {
         return window;
       }
     }
-    return std::nullopt;
-  }
-
-  /// No X server to say what lies on top: the active window does, or else any that shows there.
-  Result<ElementRef> withoutStacking(std::optional<std::int32_t> pid) {
-    const auto roots = pid ? services_.readRootsOf(*pid, batch_, seconds_) : readAllRoots(batch_, seconds_);
-    for (const AtspiObject& root : roots) {
-      batch_.prefetch(root, AtspiRequest::children);
-    }
-    std::optional<AtspiObject> best;
-    for (const AtspiObject& root : roots) {
-      const auto windows = readWindows(batch_, root, seconds_);
-      for (const AtspiWindow& window : windows.value) {
-        batch_.prefetch(window.object, AtspiRequest::states);
-      }
-      for (const AtspiWindow& window : windows.value) {
-        const bool isHere = point_.isInside(window.frame) && point_.hasState(window.object, stateShowing);
-        if (isHere && (!best || point_.hasState(window.object, stateActive))) {
-          best = window.object;
-        }
-      }
-    }
-    return best ? finish(point_.innermost(*best), false) : Result<ElementRef>(ResultCode::noValue);
+    return ResultCode::noValue;
   }
 
   Result<ElementRef> finish(const Result<AtspiObject>& found, bool inPopup) {

@@ -1,6 +1,9 @@
 #include "linux/accessibility/AtspiObserver.h"
 
+#include <glib.h>
+
 #include <algorithm>
+#include <utility>
 
 #include "linux/accessibility/AtspiElement.h"
 #include "linux/accessibility/AtspiFocus.h"
@@ -10,12 +13,15 @@ namespace zqlogging {
 using port::ElementRef;
 using port::ResultCode;
 
-/// A notification that has been asked for.
+/// A notification that has been asked for. What follows the first four belongs to the desktop thread.
 struct AtspiObserver::Registration {
   ElementRef element;
   std::optional<AtspiObject> object;  // absent for the application, which stands for all that is in it
   std::string notification;
+  std::atomic<bool> isRemoved = false;
+
   std::vector<std::unique_ptr<AtspiEvents::Subscription>> subscriptions;  // while hooked
+  std::vector<AtspiObject> arrived;                                       // not looked at yet, newest last
   std::optional<AtspiObject> last;                                        // what was delivered last
   bool knowsMainWindow = false;                                           // and tells changes of it alone
 };
@@ -26,9 +32,9 @@ struct AtspiObserver::State {
   std::int32_t pid = 0;
   port::NotificationCallback callback;
   std::atomic<bool> active = true;
-  std::thread::id thread = {};
-  std::shared_ptr<AtspiEvents> events = nullptr;  // while hooked
-  std::vector<std::shared_ptr<Registration>> registrations = {};
+  std::atomic<std::uint64_t> hook = 0;            // how often it was hooked or unhooked; odd while hooked
+  std::shared_ptr<AtspiEvents> events = nullptr;  // on the desktop thread, while hooked
+  std::shared_ptr<Handover> handover = nullptr;   // to the thread that hooked it
 };
 
 namespace {
@@ -60,35 +66,47 @@ AtspiObserver::AtspiObserver(const ElementFactory& elements, std::int32_t pid, p
 
 AtspiObserver::~AtspiObserver() {
   state_->active = false;
-  if (!state_->events || state_->thread == std::this_thread::get_id()) {
-    unhookFromCurrentLoop();
-  } else {
-    AtspiEvents& events = *state_->events;
-    events.runOnItsThread([state = state_] {
-      state->registrations.clear();
-      state->events.reset();
-    });
-  }
+  unhookFromCurrentLoop();
 }
 
+DesktopThread& AtspiObserver::thread() const { return state_->elements.services().thread(); }
+
 void AtspiObserver::hookIntoCurrentLoop() {
-  if (state_->events) {
+  if (isHooked()) {
     return;
   }
-  state_->thread = std::this_thread::get_id();
-  state_->events = state_->elements.services().eventsOfCurrentLoop();
-  for (const auto& registration : state_->registrations) {
-    listen(state_, registration);
+  ++state_->hook;
+  GMainContext* own = g_main_context_get_thread_default();
+  thread().run([state = state_, handover = std::make_shared<Handover>(own ? own : g_main_context_default())] {
+    state->handover = handover;
+    state->events = state->elements.services().events();
+  });
+  for (const auto& registration : registrations_) {
+    thread().run([state = state_, registration] { listen(state, registration); });
   }
 }
 
 void AtspiObserver::unhookFromCurrentLoop() {
-  for (const auto& registration : state_->registrations) {
-    registration->subscriptions.clear();
-    registration->last.reset();
-    registration->knowsMainWindow = false;
+  if (!isHooked()) {
+    return;
   }
-  state_->events.reset();
+  ++state_->hook;
+  thread().run([state = state_, registrations = registrations_] {
+    for (const auto& registration : registrations) {
+      forget(*registration);
+    }
+    state->handover.reset();
+    state->events.reset();
+  });
+}
+
+bool AtspiObserver::isHooked() const { return state_->hook % 2 != 0; }
+
+void AtspiObserver::forget(Registration& registration) {
+  registration.subscriptions.clear();
+  registration.arrived.clear();
+  registration.last.reset();
+  registration.knowsMainWindow = false;
 }
 
 ResultCode AtspiObserver::addNotification(const port::Element& element, const std::string& notification) {
@@ -102,7 +120,7 @@ ResultCode AtspiObserver::addNotification(const port::Element& element, const st
   if (pid.value != state_->pid) {
     return ResultCode::illegalArgument;
   }
-  for (const auto& registration : state_->registrations) {
+  for (const auto& registration : registrations_) {
     if (registration->notification == notification && registration->element->isEqual(element)) {
       return ResultCode::notificationAlreadyRegistered;
     }
@@ -115,41 +133,49 @@ ResultCode AtspiObserver::addNotification(const port::Element& element, const st
   } else {
     registration->element = state_->elements.application(state_->pid);
   }
-  state_->registrations.push_back(registration);
-  if (state_->events) {
-    listen(state_, registration);
+  registrations_.push_back(registration);
+  if (isHooked()) {
+    thread().run([state = state_, registration] { listen(state, registration); });
   }
   return ResultCode::success;
 }
 
 ResultCode AtspiObserver::removeNotification(const port::Element& element, const std::string& notification) {
-  const auto removed = std::erase_if(state_->registrations, [&](const auto& registration) {
+  const auto removed = std::find_if(registrations_.begin(), registrations_.end(), [&](const auto& registration) {
     return registration->notification == notification && registration->element->isEqual(element);
   });
-  return removed ? ResultCode::success : ResultCode::notificationNotRegistered;
+  if (removed == registrations_.end()) {
+    return ResultCode::notificationNotRegistered;
+  }
+  (*removed)->isRemoved = true;
+  thread().run([registration = *removed] { forget(*registration); });
+  registrations_.erase(removed);
+  return ResultCode::success;
 }
 
 void AtspiObserver::listen(const std::shared_ptr<State>& state, const std::shared_ptr<Registration>& registration) {
+  if (!state->events) {
+    return;
+  }
   state->events->connect();
-  const ElementFactory& elements = state->elements;
-  const auto roots = elements.services().withBatch([&](AtspiBatch& batch) {
-    return elements.services().readRootsOf(state->pid, batch, elements.services().messagingTimeout());
-  });
+  AtspiServices& services = state->elements.services();
+  const auto roots = services.withBatch(
+      [&](AtspiBatch& batch) { return services.readRootsOf(state->pid, batch, services.messagingTimeout()); });
   const bool isAboutMainWindow = registration->notification == kMainWindowChanged;
   std::vector<std::string> senders;
   for (const AtspiObject& root : roots) {
     senders.push_back(root.application);
     if (isAboutMainWindow) {
-      noteMainWindow(*state, *registration, root);
+      noteMainWindow(state, registration, root);
     }
     registration->knowsMainWindow = true;  // also when there is none
   }
-  const auto handler = [&](void (*handle)(State&, Registration&, const AtspiObject&)) {
+  const auto handler = [&](Handle handle) {
     return [handle, weakState = std::weak_ptr(state), weak = std::weak_ptr(registration)](const AtspiObject& object) {
       const auto current = weakState.lock();
       const auto registered = weak.lock();
       if (current && registered && current->active) {
-        handle(*current, *registered, object);
+        handle(current, registered, object);
       }
     };
   };
@@ -158,21 +184,42 @@ void AtspiObserver::listen(const std::shared_ptr<State>& state, const std::share
     if (row.notification != registration->notification) {
       continue;
     }
-    registration->subscriptions.push_back(state->events->subscribe(state->pid, senders, row, handler(deliver),
+    registration->subscriptions.push_back(state->events->subscribe(state->pid, senders, row, handler(note),
                                                                    isAboutFocus        ? handler(deliverPresentFocus)
                                                                    : isAboutMainWindow ? handler(noteMainWindow)
                                                                                        : AtspiEvents::Handler()));
   }
 }
 
-void AtspiObserver::deliver(State& state, Registration& registration, const AtspiObject& source) {
-  if (registration.object && registration.object != source) {
+/// Notes an event; a moment later, what has arrived is looked at. Of focus changes the newest counts; of the windows
+/// that come forward some are no main windows, so that more of them are kept.
+void AtspiObserver::note(const StateRef& state, const RegistrationRef& registration, const AtspiObject& source) {
+  if (registration->object && registration->object != source) {
     return;
   }
-  const ElementFactory& elements = state.elements;
-  const std::string notification = registration.notification;
+  const std::size_t most = registration->notification == kFocusChanged ? 1 : 8;
+  std::vector<AtspiObject>& arrived = registration->arrived;
+  const bool isScheduled = !arrived.empty();
+  Handover::dropped += std::erase(arrived, source);
+  if (arrived.size() == most) {
+    arrived.erase(arrived.begin());
+    ++Handover::dropped;
+  }
+  arrived.push_back(source);
+  if (!isScheduled) {
+    state->elements.services().thread().run([state, registration] {
+      for (const AtspiObject& each : std::exchange(registration->arrived, {})) {
+        deliver(state, registration, each);
+      }
+    });
+  }
+}
+
+void AtspiObserver::deliver(const StateRef& state, const RegistrationRef& registration, const AtspiObject& source) {
+  const ElementFactory& elements = state->elements;
+  const std::string& notification = registration->notification;
   const bool isChange = notification == kMainWindowChanged || notification == kFocusChanged;
-  if (isChange && registration.last == source) {
+  if (!state->active || !state->handover || registration->isRemoved || (isChange && registration->last == source)) {
     return;  // toolkits repeat themselves
   }
   const ElementRef element = elements.services().withBatch([&](AtspiBatch& batch) -> ElementRef {
@@ -181,40 +228,47 @@ void AtspiObserver::deliver(State& state, Registration& registration, const Atsp
       return nullptr;
     }
     if (notification.starts_with("AXApplication")) {
-      return elements.application(state.pid);
+      return elements.application(state->pid);
     }
     return elements.object(source, batch);
   });
   if (!element) {
     return;
   }
-  registration.last = source;
-  const bool isNews = notification != kMainWindowChanged || registration.knowsMainWindow;
-  registration.knowsMainWindow = true;
+  registration->last = source;
+  const bool isNews = notification != kMainWindowChanged || registration->knowsMainWindow;
+  registration->knowsMainWindow = true;
   if (isNews) {
-    state.callback(element, notification, {});
+    const auto key = reinterpret_cast<Handover::Key>(registration.get());
+    state->handover->post(key, [state, registration, element, hook = state->hook.load()] {
+      if (state->active && state->hook == hook && !registration->isRemoved) {
+        state->callback(element, registration->notification, {});
+      }
+    });
   }
 }
 
 /// The window that is the main one already, when the application is there or comes to the bus, has not become it. Where
 /// an application that comes does not show it yet, it is the one that is announced first.
-void AtspiObserver::noteMainWindow(State& state, Registration& registration, const AtspiObject& root) {
-  if (registration.knowsMainWindow) {
+void AtspiObserver::noteMainWindow(const StateRef& state, const RegistrationRef& registration,
+                                   const AtspiObject& root) {
+  if (registration->knowsMainWindow) {
     return;
   }
-  const ElementFactory& elements = state.elements;
-  registration.last = elements.services().withBatch([&](AtspiBatch& batch) {
+  const ElementFactory& elements = state->elements;
+  registration->last = elements.services().withBatch([&](AtspiBatch& batch) {
     return mainWindow({elements, batch, root, elements.services().messagingTimeout()});
   });
-  registration.knowsMainWindow = registration.last.has_value();
+  registration->knowsMainWindow = registration->last.has_value();
 }
 
 /// An application says where its focus is when it comes forward, which is before anybody can ask to be told.
-void AtspiObserver::deliverPresentFocus(State& state, Registration& registration, const AtspiObject& root) {
-  if (registration.last) {
+void AtspiObserver::deliverPresentFocus(const StateRef& state, const RegistrationRef& registration,
+                                        const AtspiObject& root) {
+  if (registration->last) {
     return;  // it has been heard of since
   }
-  const ElementFactory& elements = state.elements;
+  const ElementFactory& elements = state->elements;
   const auto focused = elements.services().withBatch([&](AtspiBatch& batch) {
     return focusedObject({elements, batch, root, elements.services().messagingTimeout()});
   });

@@ -103,7 +103,7 @@ std::optional<AtspiObject> AtspiPoint::inSelectedPage(const AtspiObject& tabs) {
     if (!hasState(page, stateSelected)) {
       continue;
     }
-    const auto below = answerOf(page);
+    auto below = answerOf(page);
     if (below && *below != tabs && isInside(*below)) {
       return below;
     }

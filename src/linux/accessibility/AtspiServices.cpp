@@ -30,8 +30,11 @@ class BatchScope : public port::ReadScope {
 
 }  // namespace
 
-AtspiServices::AtspiServices(port::Platform& platform)
-    : platform_(platform), bus_([this] { reconnectEvents(); }), messagingTimeout_(kDefaultMessagingTimeout) {}
+AtspiServices::AtspiServices(port::Platform& platform, DesktopThread& thread)
+    : platform_(platform),
+      thread_(thread),
+      bus_([this] { reconnectEvents(); }),
+      messagingTimeout_(kDefaultMessagingTimeout) {}
 
 AtspiBatch* AtspiServices::openBatch() { return openHere.owner == this ? openHere.batch : nullptr; }
 
@@ -54,31 +57,21 @@ std::vector<AtspiObject> AtspiServices::readRootsOf(std::int32_t pid, AtspiBatch
   return roots;
 }
 
-std::shared_ptr<AtspiEvents> AtspiServices::eventsOfCurrentLoop() {
-  GMainContext* own = g_main_context_get_thread_default();
-  return eventsOf(own ? own : g_main_context_default());
-}
-
-std::shared_ptr<AtspiEvents> AtspiServices::eventsOf(GMainContext* context) {
-  const std::lock_guard lock(eventsMutex_);
-  std::erase_if(events_, [](const auto& entry) { return entry.second.expired(); });
-  auto events = events_[context].lock();
+std::shared_ptr<AtspiEvents> AtspiServices::events() {
+  auto events = events_.lock();
   if (!events) {
-    events_[context] = events = std::make_shared<AtspiEvents>(bus_, context);
+    events_ = events = std::make_shared<AtspiEvents>(bus_, thread_.loop());
   }
   return events;
 }
 
 /// Another bus has been found: the handlers want to hear from it too.
 void AtspiServices::reconnectEvents() {
-  const std::lock_guard lock(eventsMutex_);
-  for (const auto& [context, events] : events_) {
-    runOn(context, [weak = events] {
-      if (const auto current = weak.lock()) {
-        current->connect();
-      }
-    });
-  }
+  thread_.run([this] {
+    if (const auto events = events_.lock()) {
+      events->connect();
+    }
+  });
 }
 
 }  // namespace zqlogging

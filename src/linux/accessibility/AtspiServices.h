@@ -2,18 +2,15 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "linux/atspi/AtspiApplications.h"
 #include "linux/atspi/AtspiBatch.h"
 #include "linux/atspi/AtspiBus.h"
+#include "linux/loop/DesktopThread.h"
 #include "linux/x11/WindowStack.h"
 #include "platform/Accessibility.h"
-
-typedef struct _GMainContext GMainContext;
 
 namespace zqlogging {
 
@@ -22,11 +19,12 @@ class AtspiEvents;
 /// What it takes to read from the accessibility bus and the X server. Knows no elements. Any thread.
 class AtspiServices {
  public:
-  explicit AtspiServices(port::Platform& platform);
+  AtspiServices(port::Platform& platform, DesktopThread& thread);
 
   port::Platform& platform() { return platform_; }
   AtspiBus& bus() { return bus_; }
   WindowStack& windows() { return windows_; }
+  DesktopThread& thread() { return thread_; }
 
   /// Runs reads with the batch that the calling thread has open, or else with one of their own.
   template <class Reads>
@@ -49,21 +47,20 @@ class AtspiServices {
   /// The root objects that a process has on the accessibility bus. Waits for the answers.
   std::vector<AtspiObject> readRootsOf(std::int32_t pid, AtspiBatch& batch, double seconds);
 
-  /// The events for the handlers of a main context, or of the calling thread's.
-  std::shared_ptr<AtspiEvents> eventsOf(GMainContext* context);
-  std::shared_ptr<AtspiEvents> eventsOfCurrentLoop();
+  /// The events of the bus. On the desktop thread.
+  std::shared_ptr<AtspiEvents> events();
 
  private:
   void reconnectEvents();
 
   port::Platform& platform_;
+  DesktopThread& thread_;
   AtspiBus bus_;
   AtspiApplications applications_;
   WindowStack windows_;
   std::atomic<float> messagingTimeout_;
 
-  std::mutex eventsMutex_;
-  std::map<GMainContext*, std::weak_ptr<AtspiEvents>> events_;
+  std::weak_ptr<AtspiEvents> events_;  ///< the desktop thread's
 };
 
 }  // namespace zqlogging

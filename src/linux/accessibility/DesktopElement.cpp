@@ -25,7 +25,7 @@ Result<Value> DesktopElement::copyAttributeValue(const std::string& attribute) c
   }
   const auto active = services().windows().activeWindow();
   if (!active || !active->pid) {
-    return ResultCode::noValue;
+    return active ? ResultCode::noValue : active.code;
   }
   const port::ElementRef application = elements().application(*active->pid);
   if (attribute == "AXFocusedApplication") {

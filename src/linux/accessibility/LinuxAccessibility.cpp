@@ -1,6 +1,11 @@
 #include "linux/accessibility/LinuxAccessibility.h"
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <utility>
 
 #include "linux/accessibility/ApplicationElement.h"
 #include "linux/accessibility/AtspiElement.h"
@@ -12,7 +17,7 @@ namespace zqlogging {
 
 namespace {
 
-/// Its state belongs to the main thread but for the flag.
+/// Its state belongs to the desktop thread but for the flag.
 class ActivationSubscription : public port::Subscription {
  public:
   struct State {
@@ -20,15 +25,17 @@ class ActivationSubscription : public port::Subscription {
     std::atomic<bool> active = true;
     std::unique_ptr<AtspiEvents::Subscription> subscription = nullptr;
   };
-  explicit ActivationSubscription(std::shared_ptr<State> state) : state_(std::move(state)) {}
+  ActivationSubscription(DesktopThread& thread, std::shared_ptr<State> state)
+      : thread_(thread), state_(std::move(state)) {}
   ActivationSubscription(const ActivationSubscription&) = delete;
   ActivationSubscription& operator=(const ActivationSubscription&) = delete;
   ~ActivationSubscription() override {
     state_->active = false;
-    runOn(g_main_context_default(), [state = state_] { state->subscription.reset(); });
+    thread_.run([state = state_] { state->subscription.reset(); });
   }
 
  private:
+  DesktopThread& thread_;
   const std::shared_ptr<State> state_;
 };
 
@@ -40,11 +47,38 @@ const EventRow* windowActivated() {
 
 }  // namespace
 
+/// What is known of it, shared with the question that may be under way.
+struct LinuxAccessibility::Trust {
+  std::mutex mutex;
+  std::condition_variable answered;
+  bool isAsked = false;
+  std::uint64_t answers = 0;
+  std::optional<bool> last;
+};
+
+LinuxAccessibility::LinuxAccessibility(port::Platform& platform, DesktopThread& thread)
+    : services_(platform, thread), elements_(services_), trust_(std::make_shared<Trust>()) {}
+LinuxAccessibility::~LinuxAccessibility() = default;
+
 bool LinuxAccessibility::isProcessTrusted(bool prompt) {
+  constexpr std::chrono::milliseconds kPatience{40};
   if (prompt) {
-    AtspiBus::announceAssistiveTechnology();
+    services_.thread().run(AtspiBus::announceAssistiveTechnology);
   }
-  return services_.bus().answers();
+  std::unique_lock lock(trust_->mutex);
+  if (!std::exchange(trust_->isAsked, true)) {
+    services_.thread().run([this, trust = trust_] {
+      const bool answer = services_.bus().answers();
+      const std::lock_guard answerLock(trust->mutex);
+      trust->last = answer;
+      trust->isAsked = false;
+      ++trust->answers;
+      trust->answered.notify_all();
+    });
+  }
+  const std::uint64_t before = trust_->answers;
+  trust_->answered.wait_for(lock, kPatience, [&] { return trust_->answers != before; });
+  return trust_->last.value_or(true);
 }
 
 port::Result<std::unique_ptr<port::NotificationObserver>> LinuxAccessibility::createObserver(
@@ -63,12 +97,11 @@ std::unique_ptr<port::Subscription> LinuxAccessibility::subscribeActivation(
     std::function<void(std::int32_t pid)> handler) {
   auto activation = std::make_shared<ActivationSubscription::State>();
   activation->handler = std::move(handler);
-  GMainContext* main = g_main_context_default();
-  runOn(main, [this, activation, main] {
+  services_.thread().run([this, activation] {
     if (!activation->active) {
       return;
     }
-    activation->subscription = services_.eventsOf(main)->subscribe(
+    activation->subscription = services_.events()->subscribe(
         std::nullopt, {}, *windowActivated(), [this, weak = std::weak_ptr(activation)](const AtspiObject& source) {
           const auto current = weak.lock();
           if (!current || !current->active) {
@@ -81,7 +114,7 @@ std::unique_ptr<port::Subscription> LinuxAccessibility::subscribeActivation(
           }
         });
   });
-  return std::make_unique<ActivationSubscription>(std::move(activation));
+  return std::make_unique<ActivationSubscription>(services_.thread(), std::move(activation));
 }
 
 void LinuxAccessibility::expectReads(std::span<const port::ElementRef> elements) {

@@ -52,7 +52,7 @@ Result<Value> WindowElement::valueOfContents(const std::string& attribute) const
   }
   const auto now = services().windows().window(window_.client);
   if (!now) {
-    return ResultCode::invalidUIElement;
+    return now.code == ResultCode::noValue ? ResultCode::invalidUIElement : now.code;
   }
   if (attribute == "AXPosition") {
     return Value(now->clientFrame.origin);
@@ -86,7 +86,8 @@ Result<Value> WindowElement::copyAttributeValue(const std::string& attribute) co
   }
   if (attribute == "AXMain" || attribute == "AXFocused") {
     const auto active = services().windows().activeWindow();
-    return Value(active && active->id == window_.id);
+    return active.code == ResultCode::cannotComplete ? Result<Value>(active.code)
+                                                     : Result<Value>(Value(active && active->id == window_.id));
   }
   const bool isKnown = attribute == "AXSubrole" || attribute == "AXTitle" || attribute == "AXPosition" ||
                        attribute == "AXSize" || attribute == "AXFrame";
@@ -96,7 +97,7 @@ Result<Value> WindowElement::copyAttributeValue(const std::string& attribute) co
 
   const auto now = services().windows().window(window_.client);
   if (!now) {
-    return ResultCode::invalidUIElement;
+    return now.code == ResultCode::noValue ? ResultCode::invalidUIElement : now.code;
   }
   if (attribute == "AXPosition") {
     return Value(now->frame.origin);

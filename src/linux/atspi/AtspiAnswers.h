@@ -20,6 +20,7 @@ class AtspiAnswers {
   AtspiAnswers(AtspiBus& bus, AtspiApplications& applications);
   AtspiAnswers(const AtspiAnswers&) = delete;
   AtspiAnswers& operator=(const AtspiAnswers&) = delete;
+  ~AtspiAnswers() = default;
 
   [[nodiscard]] AtspiApplications& applications() const { return applications_; }
   [[nodiscard]] const AtspiCalls& calls() const { return calls_; }

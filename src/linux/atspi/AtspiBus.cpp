@@ -1,5 +1,6 @@
 #include "linux/atspi/AtspiBus.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "linux/atspi/AtspiObject.h"
@@ -9,10 +10,12 @@ namespace zqlogging {
 
 namespace {
 
-constexpr std::uint64_t kStartTime = 1'000'000;  // microseconds: the bus or its registry may have to be started
+constexpr std::uint64_t kStartTime = 1'000'000;  // microseconds: the bus may have to be started
 constexpr std::uint64_t kAnswerTime = 250'000;
 constexpr std::uint64_t kLookInterval = 5'000'000;
-constexpr std::size_t kMostIdleLinks = 2;
+constexpr std::uint64_t kFirstDelay = 250'000;
+constexpr std::uint64_t kLastDelay = 8'000'000;
+constexpr std::size_t kMaxIdleLinks = 2;
 
 SdBusMessagePtr newMessage(const AtspiLink& link, const char* destination, const char* path, const char* interface,
                            const char* member) {
@@ -23,7 +26,7 @@ SdBusMessagePtr newMessage(const AtspiLink& link, const char* destination, const
 
 bool isAnswer(const SdBusMessagePtr& reply) { return reply && !sd_bus_message_is_method_error(reply.get(), nullptr); }
 
-std::string askForAddress() {
+std::string askForAddress(std::uint64_t patience) {
   if (const char* address = std::getenv("AT_SPI_BUS_ADDRESS")) {
     return address;
   }
@@ -32,7 +35,7 @@ std::string askForAddress() {
     return {};
   }
   const auto reply = session->call(newMessage(*session, "org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress"),
-                                   monotonicMicroseconds() + kStartTime);
+                                   monotonicMicroseconds() + patience);
   const char* address = nullptr;
   return isAnswer(reply) && sd_bus_message_read(reply.get(), "s", &address) > 0 ? address : "";
 }
@@ -45,7 +48,7 @@ bool startRegistry(AtspiLink& bus) {
   if (!message || sd_bus_message_append(message.get(), "su", AtspiObject::kRegistryName, kNoFlags) < 0) {
     return false;
   }
-  return isAnswer(bus.call(message, monotonicMicroseconds() + kStartTime));
+  return isAnswer(bus.call(message, monotonicMicroseconds() + kAnswerTime));
 }
 
 bool registryAnswers(AtspiLink& bus) {
@@ -62,12 +65,18 @@ bool registryAnswers(AtspiLink& bus) {
 AtspiBus::Address AtspiBus::address() {
   {
     const std::lock_guard lock(mutex_);
-    if (!address_.text.empty()) {
+    if (!address_.text.empty() || monotonicMicroseconds() < askAgainAt_) {
       return address_;
     }
   }
-  const std::string found = askForAddress();
+  const std::string found = askForAddress(kAnswerTime);
   const std::lock_guard lock(mutex_);
+  if (found.empty()) {
+    askAgainDelay_ = std::clamp(askAgainDelay_ * 2, kFirstDelay, kLastDelay);
+    askAgainAt_ = monotonicMicroseconds() + askAgainDelay_;
+  } else {
+    askAgainDelay_ = 0;
+  }
   if (address_.text.empty() && !found.empty()) {
     address_ = {found, address_.number + 1};
   }
@@ -116,16 +125,22 @@ AtspiBus::LinkPtr AtspiBus::link() {
   if (!link) {
     link = open();
   }
+  if (link && link->isStalled()) {
+    const std::lock_guard lock(mutex_);
+    idle_.push_back(std::move(link));
+    return nullptr;
+  }
   bool isNew = false;
   if (link) {
     const std::lock_guard lock(mutex_);
-    isNew = greeted_ != link->busNumber();
-    greeted_ = link->busNumber();
+    isNew = greeted_ != link->busNumber() && monotonicMicroseconds() >= greetAgainAt_;
+    greeted_ = isNew ? link->busNumber() : greeted_;
   }
   if (isNew) {
     if (!startRegistry(*link)) {
       const std::lock_guard lock(mutex_);
       greeted_ = 0;
+      greetAgainAt_ = monotonicMicroseconds() + kLookInterval;
     }
     newBus_();
   }
@@ -133,7 +148,7 @@ AtspiBus::LinkPtr AtspiBus::link() {
             std::unique_ptr<AtspiLink> returned(used);
             const std::lock_guard lock(mutex_);
             const bool isCurrent = returned->busNumber() == address_.number;
-            if (isCurrent && idle_.size() < kMostIdleLinks) {
+            if (isCurrent && idle_.size() < kMaxIdleLinks) {
               idle_.push_back(std::move(returned));
             }
           }};
@@ -148,7 +163,7 @@ void AtspiBus::lookForAnotherBus(bool now) {
     }
     lookedAt_ = time;
   }
-  const std::string found = askForAddress();
+  const std::string found = askForAddress(now ? kStartTime : kAnswerTime);
   const std::lock_guard lock(mutex_);
   if (!found.empty() && found != address_.text) {
     address_ = {found, address_.number + 1};

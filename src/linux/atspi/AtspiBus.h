@@ -23,7 +23,9 @@ class AtspiBus {
 
   using LinkPtr = std::unique_ptr<AtspiLink, std::function<void(AtspiLink*)>>;
 
-  /// A connection for the calling thread to use until it drops the pointer; null when there is no bus.
+  /// A connection for the calling thread to use until it drops the pointer; null when there is no bus, or when it is
+  /// known not to answer now. Waits a quarter of a second at most for the bus to be found, and again for the registry
+  /// of a bus that is new; less and less often when they do not answer.
   LinkPtr link();
 
   /// The address of the accessibility bus and its number; empty when there is none. The first call on a session may
@@ -33,6 +35,9 @@ class AtspiBus {
     std::uint32_t number = 0;
   };
   Address address();
+
+  /// The bus with that number has gone away.
+  void forget(std::uint32_t number);
 
   /// Asks the session whether there is another bus by now: an old one may outlive the service that announced it. Not
   /// more often than every few seconds unless `now`.
@@ -47,13 +52,15 @@ class AtspiBus {
 
  private:
   std::unique_ptr<AtspiLink> open();
-  void forget(std::uint32_t number);
 
   const std::function<void()> newBus_;
   std::mutex mutex_;
   Address address_;
   std::uint64_t lookedAt_ = 0;
-  std::uint32_t greeted_ = 0;  ///< the number of the last bus that we have met
+  std::uint64_t askAgainAt_ = 0;  ///< after there was no answer
+  std::uint64_t askAgainDelay_ = 0;
+  std::uint32_t greeted_ = 0;       ///< the number of the last bus that we have met
+  std::uint64_t greetAgainAt_ = 0;  ///< after its registry did not answer
   std::vector<std::unique_ptr<AtspiLink>> idle_;
 };
 

@@ -46,6 +46,7 @@ std::vector<AtspiObject> AtspiCalls::sendAndWait(double seconds) {
   if (unanswered_ > 0) {
     ++AtspiStatistics::timeOuts;
     lost_ += took;
+    link_->suspect();
     giveUpUnanswered(all);
   }
   return asked;

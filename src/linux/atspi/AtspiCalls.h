@@ -29,6 +29,7 @@ class AtspiCalls {
   AtspiCalls(AtspiBus& bus, Keep keep) : link_(bus.link()), keep_(std::move(keep)) {}
   AtspiCalls(const AtspiCalls&) = delete;
   AtspiCalls& operator=(const AtspiCalls&) = delete;
+  ~AtspiCalls() = default;
 
   /// The connection to the bus; null without a bus.
   [[nodiscard]] AtspiLink* link() const { return link_.get(); }

@@ -39,19 +39,6 @@ bool hasFlag(sd_bus_message* signal, std::int32_t required) {
 
 }  // namespace
 
-void runOn(GMainContext* context, std::function<void()> task) {
-  GSource* source = g_idle_source_new();
-  g_source_set_priority(source, G_PRIORITY_DEFAULT);
-  const GSourceFunc run = [](gpointer data) -> gboolean {
-    (*static_cast<std::function<void()>*>(data))();
-    return G_SOURCE_REMOVE;
-  };
-  g_source_set_callback(source, run, new std::function<void()>(std::move(task)),
-                        [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
-  g_source_attach(source, context);
-  g_source_unref(source);
-}
-
 /// One match rule on the bus.
 struct AtspiEvents::Match {
   AtspiEvents* events;
@@ -77,11 +64,10 @@ struct AtspiEvents::Stranger {
   SdBusSlotPtr slot;
 };
 
-AtspiEvents::AtspiEvents(AtspiBus& bus, GMainContext* context) : bus_(bus), context_(g_main_context_ref(context)) {}
+AtspiEvents::AtspiEvents(AtspiBus& bus, std::shared_ptr<DesktopThread::Loop> loop)
+    : bus_(bus), loop_(std::move(loop)) {}
 
-AtspiEvents::~AtspiEvents() { g_main_context_unref(context_); }
-
-void AtspiEvents::runOnItsThread(std::function<void()> task) { runOn(context_, std::move(task)); }
+AtspiEvents::~AtspiEvents() = default;
 
 bool AtspiEvents::connect() {
   const AtspiBus::Address address = bus_.address();
@@ -93,15 +79,17 @@ bool AtspiEvents::connect() {
   }
   sd_bus* bus = nullptr;
   if (address.text.empty() || sd_bus_new(&bus) < 0) {
+    retryLater();
     return false;
   }
   if (sd_bus_set_address(bus, address.text.c_str()) < 0 || sd_bus_set_bus_client(bus, 1) < 0 || sd_bus_start(bus) < 0) {
     sd_bus_unref(bus);
+    retryLater();
     return false;
   }
   busNumber_ = address.number;
   source_ = std::make_unique<SdBusSource>(
-      bus, context_, [](void* events) { static_cast<AtspiEvents*>(events)->disconnected(); }, this);
+      bus, loop_->context(), [](void* events) { static_cast<AtspiEvents*>(events)->disconnected(); }, this);
   watchApplications();
   for (const auto& [name, count] : registered_) {
     registerEvent(name, true);
@@ -127,6 +115,23 @@ void AtspiEvents::disconnected() {
   watches_.clear();
   strangers_.clear();
   source_.reset();
+  bus_.forget(busNumber_);
+  retryLater();
+}
+
+void AtspiEvents::retryLater() {
+  constexpr unsigned kFirstRetry = 250;  // milliseconds
+  constexpr unsigned kLastRetry = 10'000;
+  if (subscribers_.empty() || std::exchange(isRetryScheduled_, true)) {
+    return;
+  }
+  retryDelay_ = std::clamp(retryDelay_ * 2, kFirstRetry, kLastRetry);
+  loop_->runAfter(retryDelay_, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) {
+      self->isRetryScheduled_ = false;
+      self->connect();
+    }
+  });
 }
 
 std::unique_ptr<AtspiEvents::Subscription> AtspiEvents::subscribe(std::optional<std::int32_t> pid,
@@ -281,6 +286,7 @@ int AtspiEvents::applicationAppeared(sd_bus_message* signal, void* data, sd_bus_
 
 int AtspiEvents::applicationsListed(sd_bus_message* reply, void* data, sd_bus_error* /*error*/) {
   auto& events = *static_cast<AtspiEvents*>(data);
+  events.retryDelay_ = 0;  // this bus works
   const bool isOneMissed =
       std::any_of(events.subscribers_.begin(), events.subscribers_.end(),
                   [](const auto& subscriber) { return subscriber->pid && subscriber->senders.empty(); });

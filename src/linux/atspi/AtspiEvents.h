@@ -1,7 +1,5 @@
 #pragma once
 
-#include <glib.h>
-
 #include <functional>
 #include <list>
 #include <map>
@@ -13,23 +11,22 @@
 #include "linux/atspi/AtspiBus.h"
 #include "linux/atspi/AtspiObject.h"
 #include "linux/atspi/AtspiVocabulary.h"
+#include "linux/loop/DesktopThread.h"
 #include "linux/loop/SdBusSource.h"
 
 namespace zqlogging {
 
-/// Runs the task later on the thread of a main context. Any thread.
-void runOn(GMainContext* context, std::function<void()> task);
-
-/// The events of the accessibility bus for the handlers of one main context, on a connection of its own. Applications
-/// speak up only while the registry knows of a listener: it is told when the first subscription to an event comes and
-/// when the last one goes, and again when it has come back. All operations belong on the context's thread.
+/// The events of the accessibility bus, on a connection of its own that is opened again when the bus has gone away.
+/// Applications speak up only while the registry knows of a listener: it is told when the first subscription to an
+/// event comes and when the last one goes, and again when it has come back. Everything belongs on the desktop thread,
+/// which it keeps running.
 class AtspiEvents : public std::enable_shared_from_this<AtspiEvents> {
  public:
   using Handler = std::function<void(const AtspiObject& source)>;
   /// A subscription; destroying it ends it.
   class Subscription;
 
-  AtspiEvents(AtspiBus& bus, GMainContext* context);
+  AtspiEvents(AtspiBus& bus, std::shared_ptr<DesktopThread::Loop> loop);
   AtspiEvents(const AtspiEvents&) = delete;
   AtspiEvents& operator=(const AtspiEvents&) = delete;
   ~AtspiEvents();
@@ -39,9 +36,6 @@ class AtspiEvents : public std::enable_shared_from_this<AtspiEvents> {
   /// of the process from whose events on none is missed.
   std::unique_ptr<Subscription> subscribe(std::optional<std::int32_t> pid, const std::vector<std::string>& senders,
                                           const EventRow& event, Handler handler, Handler listening = nullptr);
-
-  /// Runs the task later on the context's thread. Any thread.
-  void runOnItsThread(std::function<void()> task);
 
   /// Connects where there is no connection, or one to another bus: after the bus has died, or before it has come.
   bool connect();
@@ -57,6 +51,7 @@ class AtspiEvents : public std::enable_shared_from_this<AtspiEvents> {
   void watchApplications();
   void askWhoAppeared(const std::string& sender);
   void disconnected();
+  void retryLater();
   static int receive(sd_bus_message* signal, void* match, sd_bus_error* error);
   static int nowListening(sd_bus_message* reply, void* match, sd_bus_error* error);
   static int registryChanged(sd_bus_message* signal, void* events, sd_bus_error* error);
@@ -65,8 +60,10 @@ class AtspiEvents : public std::enable_shared_from_this<AtspiEvents> {
   static int strangerIdentified(sd_bus_message* reply, void* stranger, sd_bus_error* error);
 
   AtspiBus& bus_;
-  GMainContext* context_;
+  const std::shared_ptr<DesktopThread::Loop> loop_;
   std::uint32_t busNumber_ = 0;
+  bool isRetryScheduled_ = false;
+  unsigned retryDelay_ = 0;            ///< milliseconds
   std::vector<SdBusSlotPtr> watches_;  ///< of the registry and of the applications that come
   std::list<Stranger> strangers_;      ///< applications whose process has been asked for
   std::list<std::shared_ptr<Subscriber>> subscribers_;

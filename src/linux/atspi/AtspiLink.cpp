@@ -30,6 +30,7 @@ std::unique_ptr<AtspiLink> AtspiLink::openSessionBus() {
 }
 
 AtspiLink::~AtspiLink() {
+  probe_.reset();
   // Not the closing that waits until all is sent: the peer may not be reading.
   sd_bus_close(bus_);
   sd_bus_unref(bus_);
@@ -53,6 +54,34 @@ void AtspiLink::waitUntil(std::uint64_t deadline) const {
   if (now < deadline) {
     sd_bus_wait(bus_, deadline - now);
   }
+}
+
+void AtspiLink::suspect() {
+  if (probe_) {
+    return;
+  }
+  const sd_bus_message_handler_t note = [](sd_bus_message*, void* answered, sd_bus_error*) {
+    *static_cast<bool*>(answered) = true;
+    return 0;
+  };
+  sd_bus_slot* slot = nullptr;
+  isProbeAnswered_ = false;
+  if (sd_bus_call_method_async(bus_, &slot, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                               "GetId", note, &isProbeAnswered_, nullptr) >= 0) {
+    probe_.reset(slot);
+  }
+}
+
+bool AtspiLink::isStalled() {
+  constexpr std::uint64_t kMoment = 20'000;  // microseconds
+  const std::uint64_t deadline = monotonicMicroseconds() + kMoment;
+  while (probe_ && process() && !isProbeAnswered_ && monotonicMicroseconds() < deadline) {
+    waitUntil(deadline);
+  }
+  if (isProbeAnswered_ || lost_) {
+    probe_.reset();
+  }
+  return probe_ != nullptr;
 }
 
 SdBusMessagePtr AtspiLink::call(const SdBusMessagePtr& message, std::uint64_t deadline) {

@@ -39,6 +39,11 @@ class AtspiLink {
   /// Waits until there is something to process, at most until the monotonic time `deadline` (microseconds).
   void waitUntil(std::uint64_t deadline) const;
 
+  /// Nothing was answered in time: asks the bus itself for a sign of life.
+  void suspect();
+  /// Whether the bus, having been suspected, has not given one yet. Waits for it a moment at most.
+  bool isStalled();
+
   /// Sends one call and waits for its reply until the monotonic time `deadline`; null without one. The reply may be an
   /// error.
   SdBusMessagePtr call(const SdBusMessagePtr& message, std::uint64_t deadline);
@@ -49,6 +54,8 @@ class AtspiLink {
   sd_bus* bus_;
   std::uint32_t busNumber_;
   bool lost_ = false;
+  SdBusSlotPtr probe_;
+  bool isProbeAnswered_ = false;
 };
 
 }  // namespace zqlogging

@@ -152,25 +152,40 @@ bool readRelation(sd_bus_message* message, std::uint32_t bus, AtspiRelation& rel
          sd_bus_message_exit_container(message) >= 0;
 }
 
+/// Of a text of any length, no more than a record can use.
+std::string cutText(std::string_view text) {
+  constexpr std::size_t kMaxBytes = 16'384;
+  if (text.size() <= kMaxBytes) {
+    return std::string(text);
+  }
+  std::size_t end = kMaxBytes;
+  constexpr unsigned char kContinuationMask = 0xC0;
+  constexpr unsigned char kContinuation = 0x80;
+  while ((static_cast<unsigned char>(text[end]) & kContinuationMask) == kContinuation) {
+    --end;
+  }
+  return std::string(text.substr(0, end));
+}
+
 bool readDictionary(sd_bus_message* message, std::map<std::string, std::string>& dictionary) {
   if (sd_bus_message_enter_container(message, 'a', "{ss}") <= 0) {
     return false;
   }
   const char *key = nullptr, *entry = nullptr;
   while (sd_bus_message_read(message, "{ss}", &key, &entry) > 0) {
-    dictionary[key] = entry;
+    dictionary[key] = cutText(entry);
   }
   return sd_bus_message_exit_container(message) >= 0;
 }
 
 /// Reads one basic value and stores it as T.
-template <class T, class Wire = T>
+template <class T>
 bool readBasic(sd_bus_message* message, char type, AtspiAnswer::Value& into) {
-  Wire wire{};
-  if (sd_bus_message_read_basic(message, type, &wire) <= 0) {
+  T value{};
+  if (sd_bus_message_read_basic(message, type, &value) <= 0) {
     return false;
   }
-  into = T(wire);
+  into = value;
   return true;
 }
 
@@ -185,7 +200,12 @@ bool readValue(sd_bus_message* message, std::string_view signature, std::uint32_
     return readBasic<double>(message, 'd', into);
   }
   if (signature == "s") {
-    return readBasic<std::string, const char*>(message, 's', into);
+    const char* text = nullptr;
+    if (sd_bus_message_read_basic(message, 's', &text) <= 0) {
+      return false;
+    }
+    into = cutText(text);
+    return true;
   }
   if (signature == "(so)") {
     return readObject(message, bus, into.emplace<AtspiObject>());

@@ -28,9 +28,13 @@ void BusSignals::add(const std::string& rule, Handler handler) {
   }
 }
 
-void BusSignals::start() {
-  source_ = std::make_unique<SdBusSource>(
-      std::exchange(opened_, nullptr), nullptr, [](void*) {}, nullptr);
+void BusSignals::start(GMainContext* context, std::function<void()> lost) {
+  lost_ = std::move(lost);
+  const auto callLost = [](void* signals) {
+    const auto own = static_cast<BusSignals*>(signals)->lost_;
+    own();
+  };
+  source_ = std::make_unique<SdBusSource>(std::exchange(opened_, nullptr), context, callLost, this);
 }
 
 }  // namespace zqlogging

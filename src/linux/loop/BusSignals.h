@@ -10,8 +10,8 @@
 
 namespace zqlogging {
 
-/// Signals of the system or the session bus, delivered on the main thread for as long as this lives. A connection of
-/// its own; nothing waits for the bus, and a bus that is lost falls silent.
+/// Signals of the system or the session bus, delivered on the thread of a main context for as long as this lives. A
+/// connection of its own; nothing waits for the bus.
 class BusSignals {
  public:
   enum class Bus { system, session };
@@ -25,12 +25,14 @@ class BusSignals {
 
   /// Hands the signals that match the rule to the handler. To be called before `start`.
   void add(const std::string& rule, Handler handler);
-  void start();
+  /// `lost` is called once when the bus has gone away; it may destroy this.
+  void start(GMainContext* context, std::function<void()> lost);
 
  private:
   explicit BusSignals(sd_bus* bus) : opened_(bus) {}
 
   sd_bus* opened_;  ///< until `start` hands it over
+  std::function<void()> lost_;
   std::unique_ptr<SdBusSource> source_;
 };
 

@@ -1,20 +1,19 @@
 #include "linux/session/LinuxWorkspace.h"
 
-#include <xcb/randr.h>
-#include <xcb/res.h>
-
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <iterator>
+#include <set>
 #include <utility>
 
 #include "linux/accessibility/LinuxAccessibility.h"
+#include "linux/atspi/AtspiEvents.h"
 #include "linux/atspi/AtspiProcesses.h"
 #include "linux/session/ApplicationIdentity.h"
 #include "linux/session/SystemNotifications.h"
 #include "linux/system/LinuxLogs.h"
 #include "linux/x11/ActiveWindowWatch.h"
-#include "linux/x11/XConnection.h"
 #include "text/Text.h"
 
 namespace zqlogging {
@@ -33,97 +32,91 @@ port::RunningApplication makeApplication(std::int32_t pid, std::string identifie
   return application;
 }
 
-CGRect flippedFrame(double left, double top, double width, double height) { return {{left, -top}, {width, height}}; }
-
 /// The windows that the window manager manages, in the order in which they were mapped; without one, all top-levels.
 std::vector<xcb_window_t> managedWindows(XConnection& x) {
-  const auto list = x.askProperty(x.root(), x.atoms().netClientList, XCB_ATOM_WINDOW);
+  const auto list = x.requestProperty(x.root(), x.atoms().netClientList, XCB_ATOM_WINDOW);
   const auto tree = xcb_query_tree(x.get(), x.root());
   std::vector<xcb_window_t> windows = x.numbers(list);
   const auto children = x.reply<xcb_query_tree_reply_t>(tree);
-  if (windows.empty() && children) {
+  const bool isManaged =
+      !windows.empty() || !x.numbers(x.requestProperty(x.root(), x.atoms().netSupported, XCB_ATOM_ATOM)).empty();
+  if (!isManaged && children) {
     const xcb_window_t* first = xcb_query_tree_children(children.get());
     windows.assign(first, first + xcb_query_tree_children_length(children.get()));
   }
   return windows;
 }
 
-std::optional<std::int32_t> pidIn(const xcb_res_query_client_ids_reply_t& ids) {
-  for (auto id = xcb_res_query_client_ids_ids_iterator(&ids); id.rem != 0; xcb_res_client_id_value_next(&id)) {
-    if ((id.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
-        xcb_res_client_id_value_value_length(id.data) > 0) {
-      return static_cast<std::int32_t>(*xcb_res_client_id_value_value(id.data));
+/// The start times of processes, each read once.
+class StartTimes {
+ public:
+  std::optional<std::uint64_t> of(std::int32_t pid) {
+    const auto [place, isNew] = known_.try_emplace(pid);
+    if (isNew) {
+      place->second = startTime(pid);
     }
+    return place->second;
   }
-  return std::nullopt;
-}
+
+ private:
+  std::map<std::int32_t, std::optional<std::uint64_t>> known_;
+};
 
 }  // namespace
 
-struct LinuxWorkspace::Subscriber {
-  port::NotificationName name;
-  std::function<void(const port::Notification&)> handler;
-  std::atomic<bool> active = true;
+/// Those who listen. Outlives the workspace for as long as a notification is on its way.
+struct LinuxWorkspace::Subscribers {
+  struct One {
+    port::NotificationName name;
+    std::function<void(const port::Notification&)> handler;
+    std::atomic<bool> active = true;
+  };
+  std::mutex mutex;
+  std::vector<std::shared_ptr<One>> all;
+
+  std::vector<std::shared_ptr<One>> current() {
+    const std::lock_guard lock(mutex);
+    return all;
+  }
 };
 
 class LinuxWorkspace::SubscriptionHandle final : public port::Subscription {
  public:
-  SubscriptionHandle(LinuxWorkspace& workspace, std::shared_ptr<Subscriber> subscriber)
+  SubscriptionHandle(LinuxWorkspace& workspace, std::shared_ptr<Subscribers::One> subscriber)
       : workspace_(workspace), subscriber_(std::move(subscriber)) {}
   SubscriptionHandle(const SubscriptionHandle&) = delete;
   SubscriptionHandle& operator=(const SubscriptionHandle&) = delete;
   ~SubscriptionHandle() override {
     subscriber_->active = false;
     {
-      const std::lock_guard lock(workspace_.mutex_);
-      std::erase(workspace_.subscribers_, subscriber_);
+      const std::lock_guard lock(workspace_.subscribers_->mutex);
+      std::erase(workspace_.subscribers_->all, subscriber_);
     }
-    workspace_.adjustSources();
+    workspace_.thread_.run([&workspace = workspace_] { workspace.adjustSources(); });
   }
 
  private:
   LinuxWorkspace& workspace_;
-  const std::shared_ptr<Subscriber> subscriber_;
+  const std::shared_ptr<Subscribers::One> subscriber_;
 };
 
-/// The workspace's connection to the X server for the calling thread, or one more while another thread has it.
-class LinuxWorkspace::XLease {
- public:
-  explicit XLease(LinuxWorkspace& workspace) : workspace_(workspace) {
-    {
-      const std::lock_guard lock(workspace.mutex_);
-      x_ = std::move(workspace.x_);
-    }
-    if (!x_ || !x_->isUsable()) {
-      x_ = XConnection::open();
-    }
-    if (x_) {
-      x_->startWaiting();
-    }
-  }
-  XLease(const XLease&) = delete;
-  XLease& operator=(const XLease&) = delete;
-  ~XLease() {
-    const std::lock_guard lock(workspace_.mutex_);
-    if (!workspace_.x_) {
-      workspace_.x_ = std::move(x_);
-    }
-  }
-  [[nodiscard]] XConnection* get() const { return x_.get(); }
-
- private:
-  LinuxWorkspace& workspace_;
-  std::unique_ptr<XConnection> x_;
-};
-
-LinuxWorkspace::LinuxWorkspace(LinuxAccessibility& accessibility) : accessibility_(accessibility) {}
+LinuxWorkspace::LinuxWorkspace(LinuxAccessibility& accessibility, DesktopThread& thread)
+    : accessibility_(accessibility),
+      server_(accessibility.services().windows().server()),
+      thread_(thread),
+      screens_(server_),
+      subscribers_(std::make_shared<Subscribers>()),
+      handover_(std::make_shared<Handover>(nullptr)) {}
 LinuxWorkspace::~LinuxWorkspace() = default;
 
-std::vector<LinuxWorkspace::ClientWindow> LinuxWorkspace::clientWindows() {
-  const XLease lease(*this);
-  XConnection* x = lease.get();
-  if (x == nullptr) {
-    return {};
+std::optional<std::vector<LinuxWorkspace::ClientWindow>> LinuxWorkspace::clientWindows() {
+  constexpr std::size_t kAtOnce = 100;  // see WindowStack: the connection must never be full
+  if (!XServer::isNamed()) {
+    return std::vector<ClientWindow>();
+  }
+  const XServer::Lease x(server_);
+  if (!x) {
+    return std::nullopt;
   }
   const std::vector<xcb_window_t> windows = managedWindows(*x);
   std::map<xcb_window_t, ClientWindow> known;
@@ -131,53 +124,39 @@ std::vector<LinuxWorkspace::ClientWindow> LinuxWorkspace::clientWindows() {
     const std::lock_guard lock(mutex_);
     known = clients_;
   }
-
-  struct Asked {
-    xcb_window_t window;
-    xcb_get_property_cookie_t pid, applicationId, className;
-    std::optional<xcb_res_query_client_ids_cookie_t> client;
-  };
-  const std::string_view idName = "_GTK_APPLICATION_ID";
-  const auto idAtom = x->reply<xcb_intern_atom_reply_t>(
-      xcb_intern_atom(x->get(), 0, static_cast<std::uint16_t>(idName.size()), idName.data()));
-  const auto* resources = xcb_get_extension_data(x->get(), &xcb_res_id);
-  std::vector<Asked> asked;
-  for (const xcb_window_t window : windows) {
+  // Numbers of windows are used again: what is known holds for the process that it was learnt from.
+  StartTimes startTimes;
+  std::vector<xcb_window_t> unknown;
+  std::copy_if(windows.begin(), windows.end(), std::back_inserter(unknown), [&](xcb_window_t window) {
     const auto seen = known.find(window);
-    // Numbers of windows are used again: what is known holds for the process that it was learnt from.
-    const bool holds = seen != known.end() && seen->second.pid && seen->second.startedAt &&
-                       startTime(*seen->second.pid) == seen->second.startedAt;
-    if (holds || !idAtom) {
-      continue;
+    return seen == known.end() || !seen->second.pid || !seen->second.startedAt ||
+           startTimes.of(*seen->second.pid) != seen->second.startedAt;
+  });
+
+  struct Requests {
+    xcb_window_t window;
+    XConnection::ProcessRequest process;
+    xcb_get_property_cookie_t applicationId, className;
+  };
+  for (std::size_t from = 0; from < unknown.size() && x->isUsable(); from += kAtOnce) {
+    x->startWaiting();
+    std::vector<Requests> requests;
+    for (std::size_t i = from; i < std::min(from + kAtOnce, unknown.size()); ++i) {
+      requests.push_back({unknown[i], x->requestProcess(unknown[i]),
+                          x->requestProperty(unknown[i], x->atoms().gtkApplicationId, x->atoms().utf8String),
+                          x->requestProperty(unknown[i], XCB_ATOM_WM_CLASS, XCB_ATOM_STRING)});
     }
-    Asked questions{window, x->askProperty(window, x->atoms().netWmPid, XCB_ATOM_CARDINAL),
-                    x->askProperty(window, idAtom->atom, x->atoms().utf8String),
-                    x->askProperty(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING), std::nullopt};
-    if (resources != nullptr && resources->present != 0) {
-      const xcb_res_client_id_spec_t spec{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-      questions.client = xcb_res_query_client_ids(x->get(), 1, &spec);
+    for (const Requests& each : requests) {
+      ClientWindow client;
+      client.pid = x->process(each.process);
+      client.applicationId = x->text(each.applicationId);
+      client.className = x->className(each.className);
+      client.startedAt = client.pid ? startTimes.of(*client.pid) : std::nullopt;
+      known[each.window] = std::move(client);
     }
-    asked.push_back(questions);
   }
-  for (const Asked& questions : asked) {
-    ClientWindow client;
-    // The server knows whose connection it is; what the window says may be a number of another process namespace.
-    const auto claimed = x->numbers(questions.pid);
-    client.applicationId = x->text(questions.applicationId);
-    const std::string classes = x->text(questions.className);  // instance and class, each with a final NUL
-    if (const auto end = classes.find('\0'); end != std::string::npos) {
-      client.className = classes.substr(end + 1, classes.find('\0', end + 1) - end - 1);
-    }
-    if (questions.client) {
-      if (const auto ids = x->reply<xcb_res_query_client_ids_reply_t>(*questions.client)) {
-        client.pid = pidIn(*ids);
-      }
-    }
-    if (!client.pid && !claimed.empty()) {
-      client.pid = static_cast<std::int32_t>(claimed.front());
-    }
-    client.startedAt = client.pid ? startTime(*client.pid) : std::nullopt;
-    known[questions.window] = std::move(client);
+  if (!x->isUsable()) {
+    return std::nullopt;
   }
 
   std::vector<ClientWindow> clients;
@@ -188,10 +167,8 @@ std::vector<LinuxWorkspace::ClientWindow> LinuxWorkspace::clientWindows() {
       current.insert(*found);
     }
   }
-  if (x->isUsable()) {
-    const std::lock_guard lock(mutex_);
-    clients_ = std::move(current);
-  }
+  const std::lock_guard lock(mutex_);
+  clients_ = std::move(current);
   return clients;
 }
 
@@ -207,7 +184,8 @@ std::vector<std::int32_t> LinuxWorkspace::processesOnAccessibilityBus() {
   return pids;
 }
 
-std::string LinuxWorkspace::identifierOf(std::int32_t pid, std::uint64_t startedAt) {
+/// Nothing when the X server, which may know more than the process, can't be asked.
+std::optional<std::string> LinuxWorkspace::identifierOf(std::int32_t pid, std::uint64_t startedAt) {
   {
     const std::lock_guard lock(mutex_);
     if (const auto known = identities_.find(pid); known != identities_.end() && known->second.startTime == startedAt) {
@@ -218,7 +196,11 @@ std::string LinuxWorkspace::identifierOf(std::int32_t pid, std::uint64_t started
   std::string className;
   auto entry = launchedDesktopEntry(pid);
   if (!entry) {
-    for (const ClientWindow& client : clientWindows()) {
+    const auto clients = clientWindows();
+    if (!clients) {
+      return std::nullopt;
+    }
+    for (const ClientWindow& client : *clients) {
       if (client.pid == pid) {
         applicationId = applicationId.empty() ? client.applicationId : applicationId;
         className = className.empty() ? client.className : className;
@@ -237,12 +219,13 @@ std::string LinuxWorkspace::identifierOf(std::int32_t pid, std::uint64_t started
 
 std::optional<port::RunningApplication> LinuxWorkspace::runningApplication(std::int32_t pid) {
   const auto startedAt = pid > 0 ? startTime(pid) : std::nullopt;
-  return startedAt ? std::optional(makeApplication(pid, validUtf8(identifierOf(pid, *startedAt)))) : std::nullopt;
+  const auto identifier = startedAt ? identifierOf(pid, *startedAt) : std::nullopt;
+  return identifier ? std::optional(makeApplication(pid, validUtf8(*identifier))) : std::nullopt;
 }
 
 std::vector<port::RunningApplication> LinuxWorkspace::runningApplications() {
   std::vector<std::int32_t> pids;
-  for (const ClientWindow& client : clientWindows()) {
+  for (const ClientWindow& client : clientWindows().value_or(std::vector<ClientWindow>())) {
     if (client.pid) {
       pids.push_back(*client.pid);
     }
@@ -252,11 +235,10 @@ std::vector<port::RunningApplication> LinuxWorkspace::runningApplications() {
   }
   // Of several applications with one identifier, the active one is found first.
   std::stable_partition(pids.begin(), pids.end(), [this](std::int32_t pid) { return pid == activePid_; });
+  std::set<std::int32_t> listed;
   std::vector<port::RunningApplication> applications;
   for (const std::int32_t pid : pids) {
-    const bool listed = std::any_of(applications.begin(), applications.end(),
-                                    [pid](const auto& application) { return application.pid == pid; });
-    if (auto application = listed ? std::nullopt : runningApplication(pid)) {
+    if (auto application = listed.insert(pid).second ? runningApplication(pid) : std::nullopt) {
       applications.push_back(std::move(*application));
     }
   }
@@ -264,7 +246,8 @@ std::vector<port::RunningApplication> LinuxWorkspace::runningApplications() {
 }
 
 std::optional<std::int32_t> LinuxWorkspace::frontmostProcess() {
-  if (const auto window = accessibility_.services().windows().activeWindow()) {
+  const auto window = accessibility_.services().windows().activeWindow();
+  if (window || window.code == port::ResultCode::cannotComplete) {
     return window->pid;
   }
   // Without a window manager there is the word of the applications.
@@ -272,107 +255,99 @@ std::optional<std::int32_t> LinuxWorkspace::frontmostProcess() {
   return active > 0 ? std::optional(active) : std::nullopt;
 }
 
-std::vector<CGRect> LinuxWorkspace::screens() {
-  const XLease lease(*this);
-  XConnection* x = lease.get();
-  if (x == nullptr) {
-    return {};
-  }
-  std::vector<CGRect> frames;
-  const auto* randr = xcb_get_extension_data(x->get(), &xcb_randr_id);
-  if (randr != nullptr && randr->present != 0) {
-    // The server answers by the version that a client has said it knows.
-    const auto version = xcb_randr_query_version(x->get(), XCB_RANDR_MAJOR_VERSION, XCB_RANDR_MINOR_VERSION);
-    const auto asked = xcb_randr_get_monitors(x->get(), x->root(), 1);
-    x->reply<xcb_randr_query_version_reply_t>(version);
-    if (const auto monitors = x->reply<xcb_randr_get_monitors_reply_t>(asked)) {
-      for (auto each = xcb_randr_get_monitors_monitors_iterator(monitors.get()); each.rem != 0;
-           xcb_randr_monitor_info_next(&each)) {
-        frames.push_back(flippedFrame(each.data->x, each.data->y, each.data->width, each.data->height));
-      }
-    }
-  }
-  if (frames.empty()) {
-    if (const auto root = x->reply<xcb_get_geometry_reply_t>(xcb_get_geometry(x->get(), x->root()))) {
-      frames.push_back(flippedFrame(0, 0, root->width, root->height));
-    }
-  }
-  return frames;
-}
-
 std::unique_ptr<port::Subscription> LinuxWorkspace::subscribe(port::NotificationName name,
                                                               std::function<void(const port::Notification&)> handler) {
-  auto subscriber = std::make_shared<Subscriber>();
+  auto subscriber = std::make_shared<Subscribers::One>();
   subscriber->name = name;
   subscriber->handler = std::move(handler);
   {
-    const std::lock_guard lock(mutex_);
-    subscribers_.push_back(subscriber);
+    const std::lock_guard lock(subscribers_->mutex);
+    subscribers_->all.push_back(subscriber);
   }
-  auto subscription = std::make_unique<SubscriptionHandle>(*this, std::move(subscriber));
-  adjustSources();
-  return subscription;
+  thread_.run([this] { adjustSources(); });
+  return std::make_unique<SubscriptionHandle>(*this, std::move(subscriber));
+}
+
+void LinuxWorkspace::announceFrontmost() {
+  thread_.run([this] {
+    if (const auto pid = frontmostProcess()) {
+      applicationActivated(*pid);
+    }
+  });
 }
 
 void LinuxWorkspace::adjustSources() {
-  const std::lock_guard lock(sourcesMutex_);
   bool activation = false;
   bool system = false;
-  {
-    const std::lock_guard subscribersLock(mutex_);
-    for (const auto& subscriber : subscribers_) {
-      (subscriber->name == port::NotificationName::didActivateApplication ? activation : system) = true;
-    }
+  for (const auto& subscriber : subscribers_->current()) {
+    (subscriber->name == port::NotificationName::didActivateApplication ? activation : system) = true;
   }
-  if (activation && !activeWindow_ && !activatedWindows_) {
+  if (activation && !activeWindow_) {
     activePid_ = 0;
-    activeWindow_ = ActiveWindowWatch::start([this](xcb_window_t window) {
-      if (const auto pid = accessibility_.services().windows().pidOfWindow(window)) {
-        applicationActivated(*pid);
+    const auto changed = [this](xcb_window_t window) { return windowActivated(window); };
+    // Where no window manager tells the active window, applications do.
+    const auto following = [this](bool isFollowing) {
+      activatedWindows_.reset();
+      if (!isFollowing) {
+        activatedWindows_ = accessibility_.subscribeActivation(
+            [this](std::int32_t pid) { thread_.run([this, pid] { applicationActivated(pid); }); });
       }
-    });
-    if (!activeWindow_) {
-      activatedWindows_ = accessibility_.subscribeActivation([this](std::int32_t pid) { applicationActivated(pid); });
-    }
+    };
+    activeWindow_ = std::make_shared<ActiveWindowWatch>(server_, thread_.loop(), changed, following);
+    activeWindow_->start();
   } else if (!activation) {
     activeWindow_.reset();
     activatedWindows_.reset();
   }
   if (system && !system_) {
-    system_ = std::make_unique<SystemNotifications>([this](port::NotificationName name) { deliver({name, {}}); });
+    system_ = std::make_shared<SystemNotifications>(thread_.loop(), [this](port::NotificationName name) {
+      deliver({name, {}});
+    });
+    system_->start();
   } else if (!system) {
     system_.reset();
   }
 }
 
-void LinuxWorkspace::applicationActivated(std::int32_t pid) {
+/// False when it couldn't be told whose the window is.
+bool LinuxWorkspace::windowActivated(xcb_window_t window) {
+  const auto pid = accessibility_.services().windows().pidOfWindow(window);
+  return pid ? applicationActivated(*pid) : pid.code != port::ResultCode::cannotComplete;
+}
+
+/// False when it couldn't be told which application it is.
+bool LinuxWorkspace::applicationActivated(std::int32_t pid) {
   if (pid == activePid_) {
-    return;
+    return true;
   }
-  if (auto application = runningApplication(pid)) {
-    activePid_ = pid;
-    deliver({port::NotificationName::didActivateApplication, std::move(application)});
+  auto application = runningApplication(pid);
+  if (!application) {
+    return !startTime(pid);
   }
+  activePid_ = pid;
+  deliver({port::NotificationName::didActivateApplication, std::move(application)});
+  return true;
 }
 
 void LinuxWorkspace::deliver(const port::Notification& notification) {
-  std::vector<std::shared_ptr<Subscriber>> subscribers;
-  {
-    const std::lock_guard lock(mutex_);
-    subscribers = subscribers_;
-  }
-  for (const auto& subscriber : subscribers) {
-    if (subscriber->name != notification.name || !subscriber->active) {
-      continue;
+  // Of an application's activations the newest counts; everything else is told each time.
+  constexpr Handover::Key kNotMerged = Handover::Key{1} << 32;
+  const Handover::Key key = notification.application ? static_cast<Handover::Key>(notification.application->pid)
+                                                     : kNotMerged + notificationsDelivered_++;
+  handover_->post(key, [subscribers = subscribers_, notification] {
+    for (const auto& subscriber : subscribers->current()) {
+      if (subscriber->name != notification.name || !subscriber->active) {
+        continue;
+      }
+      try {
+        subscriber->handler(notification);
+      } catch (const std::exception& error) {
+        LinuxLogs().generalLog(std::string("ZQLogging: a notification could not be handled: ") + error.what());
+      } catch (...) {
+        LinuxLogs().generalLog("ZQLogging: a notification could not be handled");
+      }
     }
-    try {
-      subscriber->handler(notification);
-    } catch (const std::exception& error) {
-      LinuxLogs().generalLog(std::string("ZQLogging: a notification could not be handled: ") + error.what());
-    } catch (...) {
-      LinuxLogs().generalLog("ZQLogging: a notification could not be handled");
-    }
-  }
+  });
 }
 
 }  // namespace zqlogging

@@ -47,10 +47,12 @@ bool flagOf(sd_bus_message* signal) {
   return sd_bus_message_read(signal, "b", &flag) > 0 && flag != 0;
 }
 
+}  // namespace
+
 /// The login manager and a screen saver may both tell of the same lock: only changes are announced.
-class Lock {
+class SystemNotifications::Lock {
  public:
-  explicit Lock(SystemNotifications::Announce announce) : announce_(std::move(announce)) {}
+  explicit Lock(Announce announce) : announce_(std::move(announce)) {}
   void set(bool locked) {
     if (locked != locked_) {
       locked_ = locked;
@@ -59,41 +61,66 @@ class Lock {
   }
 
  private:
-  const SystemNotifications::Announce announce_;
+  const Announce announce_;
   std::optional<bool> locked_;
 };
 
-}  // namespace
+SystemNotifications::SystemNotifications(std::shared_ptr<DesktopThread::Loop> loop, Announce announce)
+    : loop_(std::move(loop)), announce_(std::move(announce)), lock_(std::make_shared<Lock>(announce_)) {}
 
-SystemNotifications::SystemNotifications(const Announce& announce) {
-  const auto lock = std::make_shared<Lock>(announce);
-  if (auto bus = BusSignals::open(BusSignals::Bus::system)) {
-    const std::string manager = "org.freedesktop.login1";
-    bus->add(signalRule(manager, manager + ".Manager", "PrepareForShutdown"), [announce](sd_bus_message* signal) {
-      if (flagOf(signal)) {
-        announce(NotificationName::willPowerOff);
+void SystemNotifications::start() {
+  listenTo(BusSignals::Bus::system, false);
+  listenTo(BusSignals::Bus::session, false);
+}
+
+void SystemNotifications::listenTo(BusSignals::Bus which, bool wasThere) {
+  std::unique_ptr<BusSignals>& bus = buses_[which];
+  bus = BusSignals::open(which);
+  if (bus) {
+    which == BusSignals::Bus::system ? addLoginManager(*bus) : addScreenSavers(*bus);
+  } else if (!wasThere) {
+    return;
+  }
+  const auto again = [weak = weak_from_this(), which] {
+    const auto self = weak.lock();
+    if (!self) {
+      return;
+    }
+    constexpr unsigned kRetryDelay = 10'000;  // milliseconds
+    self->loop_->runAfter(kRetryDelay, [weak, which] {
+      if (const auto alive = weak.lock()) {
+        alive->listenTo(which, true);
       }
     });
-    bus->add(signalRule(manager, manager + ".Manager", "PrepareForSleep"), [announce](sd_bus_message* signal) {
-      announce(flagOf(signal) ? NotificationName::willSleep : NotificationName::screensDidWake);
-    });
-    if (const auto session = loginSessionPath()) {
-      const std::string ofSession = ",path='" + *session + "'";
-      bus->add(signalRule(manager, manager + ".Session", "Lock") + ofSession,
-               [lock](sd_bus_message*) { lock->set(true); });
-      bus->add(signalRule(manager, manager + ".Session", "Unlock") + ofSession,
-               [lock](sd_bus_message*) { lock->set(false); });
-    }
-    bus->start();
-    buses_.push_back(std::move(bus));
+  };
+  if (bus) {
+    bus->start(loop_->context(), again);
+  } else {
+    again();
   }
-  if (auto bus = BusSignals::open(BusSignals::Bus::session)) {
-    for (const std::string saver : {"org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver"}) {
-      bus->add(signalRule(saver, saver, "ActiveChanged"),
-               [lock](sd_bus_message* signal) { lock->set(flagOf(signal)); });
+}
+
+void SystemNotifications::addLoginManager(BusSignals& bus) const {
+  const std::string manager = "org.freedesktop.login1";
+  bus.add(signalRule(manager, manager + ".Manager", "PrepareForShutdown"), [announce = announce_](auto* signal) {
+    if (flagOf(signal)) {
+      announce(NotificationName::willPowerOff);
     }
-    bus->start();
-    buses_.push_back(std::move(bus));
+  });
+  bus.add(signalRule(manager, manager + ".Manager", "PrepareForSleep"), [announce = announce_](auto* signal) {
+    announce(flagOf(signal) ? NotificationName::willSleep : NotificationName::screensDidWake);
+  });
+  if (const auto session = loginSessionPath()) {
+    const std::string ofSession = ",path='" + *session + "'";
+    bus.add(signalRule(manager, manager + ".Session", "Lock") + ofSession, [lock = lock_](auto*) { lock->set(true); });
+    bus.add(signalRule(manager, manager + ".Session", "Unlock") + ofSession,
+            [lock = lock_](auto*) { lock->set(false); });
+  }
+}
+
+void SystemNotifications::addScreenSavers(BusSignals& bus) const {
+  for (const std::string saver : {"org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver"}) {
+    bus.add(signalRule(saver, saver, "ActiveChanged"), [lock = lock_](auto* signal) { lock->set(flagOf(signal)); });
   }
 }
 

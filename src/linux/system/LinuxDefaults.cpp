@@ -1,6 +1,10 @@
 #include "linux/system/LinuxDefaults.h"
 
 #include <glib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include "linux/system/LinuxLogs.h"
 #include "linux/system/XdgFolders.h"
@@ -13,10 +17,24 @@ constexpr const char* kGroup = "Defaults";
 using KeyFile = std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)>;
 using Text = std::unique_ptr<gchar, decltype(&g_free)>;
 
+/// Whether a file of this user is at the path, or nothing. Anything else is left alone: opening a FIFO would wait.
+bool mayBeUsed(const std::string& path) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0) {
+    return errno == ENOENT;
+  }
+  return S_ISREG(status.st_mode) && status.st_uid == geteuid();
+}
+
+bool isFolderOfUser(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid();
+}
+
 /// Empty when there is no file or none that can be read.
 KeyFile loadFile(const std::string& path) {
   KeyFile file(g_key_file_new(), &g_key_file_unref);
-  if (!g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_KEEP_COMMENTS, nullptr)) {
+  if (!mayBeUsed(path) || !g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_KEEP_COMMENTS, nullptr)) {
     file.reset(g_key_file_new());
   }
   return file;
@@ -30,6 +48,9 @@ std::string fileKey(const std::string& key) {
 /// The reason when it fails.
 std::optional<std::string> saveFile(GKeyFile* file, const std::string& path) {
   constexpr int kUserAlone = 0600;
+  if (!mayBeUsed(path) || !isFolderOfUser(path.substr(0, path.find_last_of('/')))) {
+    return "not a file of this user";
+  }
   gsize length = 0;
   const Text content(g_key_file_to_data(file, &length, nullptr), &g_free);
   GError* error = nullptr;

@@ -17,9 +17,10 @@ namespace zqlogging {
 namespace {
 
 constexpr const char* kJournalSocket = "/run/systemd/journal/socket";
+constexpr const char* kSyslogSocket = "/dev/log";
 
 bool sendToJournal(std::vector<std::string> fields) {
-  if (access(kJournalSocket, W_OK) != 0) {
+  if (!LinuxLogs::hasJournal()) {
     return false;
   }
   fields.push_back("PRIORITY=" + std::to_string(LOG_INFO));
@@ -59,6 +60,10 @@ class WithoutBrokenPipeSignal {
 };
 
 }  // namespace
+
+bool LinuxLogs::hasJournal() { return access(kJournalSocket, W_OK) == 0; }
+
+bool LinuxLogs::hasSyslog() { return access(kSyslogSocket, W_OK) == 0; }
 
 void LinuxLogs::systemLog(std::string_view subsystem, std::string_view category, std::string_view message) {
   const std::string text(message);

@@ -12,6 +12,9 @@ class LinuxLogs final : public port::LogSinks {
   void generalLog(std::string_view message) override;
   /// The line in one piece. It is dropped when nobody reads the standard output.
   void standardOutput(std::string_view line) override;
+
+  static bool hasJournal();
+  static bool hasSyslog();
 };
 
 }  // namespace zqlogging

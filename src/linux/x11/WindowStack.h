@@ -3,21 +3,20 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
-#include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "linux/x11/XServer.h"
+#include "platform/ResultCode.h"
 #include "zqlogging/Geometry.h"
 
 namespace zqlogging {
 
-class XConnection;
-
 /// The windows of the X server as they lie above each other, the override-redirect ones that no window manager knows
-/// (menus, popups, tooltips) included. Every answer is asked of the server, which gets a quarter of a second at most;
-/// without a server there are no windows. Connects when needed, again when the server has gone away. Any thread.
+/// (menus, popups, tooltips) included. Every answer is asked of the server, which gets a quarter of a second. Where it
+/// doesn't answer in that time, or there is none, the result is cannotComplete: what is there is not known. noValue
+/// says that there is nothing. Any thread.
 class WindowStack {
  public:
   enum class Type { other, menu, toolTip };
@@ -35,24 +34,21 @@ class WindowStack {
     std::string className;
   };
 
-  WindowStack();
-  ~WindowStack();
+  XServer& server() { return server_; }
 
-  [[nodiscard]] bool isAvailable();
   /// Viewable windows, top to bottom.
-  std::vector<Window> windows();
-  /// The topmost window at a point that takes pointer input there.
-  std::optional<Window> windowAt(int x, int y);
+  port::Result<std::vector<Window>> windows();
+  /// The topmost window at a point that takes pointer input there. On a Wayland session the X server knows its own
+  /// windows alone: the answer is cannotComplete unless the pointer is at the point and over one of them.
+  port::Result<Window> windowAt(int x, int y);
   /// The window that has the user's attention, according to the window manager.
-  std::optional<Window> activeWindow();
+  port::Result<Window> activeWindow();
   /// The window with that client window or frame.
-  std::optional<Window> window(xcb_window_t window);
-  std::optional<std::int32_t> pidOfWindow(xcb_window_t window);
+  port::Result<Window> window(xcb_window_t window);
+  port::Result<std::int32_t> pidOfWindow(xcb_window_t window);
 
  private:
-  class Lease;
-  std::mutex mutex_;
-  std::vector<std::unique_ptr<XConnection>> idle_;
+  XServer server_;
 };
 
 }  // namespace zqlogging

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 #include "linux/system/LinuxDefaults.h"
@@ -47,6 +48,22 @@ TEST_F(DefaultsTest, TextsOfEveryKindOutliveTheProcess) {
     EXPECT_EQ(defaults.string(key), value) << key;
   }
   EXPECT_EQ(readAnew("never set"), std::nullopt);
+}
+
+TEST_F(DefaultsTest, WhatIsNoFileOfTheUserIsLeftAloneAndNeverWaitedFor) {
+  fs::create_directories(file.parent_path());
+  const auto fifo = [&] { ASSERT_EQ(mkfifo(file.c_str(), 0600), 0); };
+  const auto link = [&] { fs::create_symlink(home.path() / "elsewhere", file); };
+  for (const std::function<void()>& put : {std::function<void()>(fifo), {link}}) {
+    put();
+    const auto before = fs::symlink_status(file);
+    defaults.setString("key", "value");
+    EXPECT_EQ(defaults.string("key"), "value") << "for this process";
+    EXPECT_EQ(readAnew("key"), std::nullopt);
+    EXPECT_EQ(fs::symlink_status(file), before);
+    fs::remove(file);
+  }
+  EXPECT_TRUE(fs::is_empty(home.path() / "zqlogging"));
 }
 
 TEST_F(DefaultsTest, OnlyTheUserMayReadThem) {
