@@ -108,7 +108,7 @@ struct Account {
 
 pid_t startHost(Campaign& campaign, const std::shared_ptr<port::ScriptedPlatform>& platform, const Reports& reports,
                 const std::string& prefix, int count) {
-  const unsigned seed = campaign.random();
+  const auto seed = static_cast<unsigned>(campaign.random());
   const pid_t pid = ::fork();
   if (pid == 0) {
     live(platform, reports, prefix, count, seed);
