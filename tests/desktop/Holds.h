@@ -24,11 +24,11 @@ using std::chrono::milliseconds;
 class Heartbeat {
  public:
   Heartbeat() : beat_(std::chrono::steady_clock::now()), source_(g_timeout_source_new(1)) {
-    const GSourceFunc note = [](gpointer self) -> gboolean {
+    const GSourceFunc beat = [](gpointer self) -> gboolean {
       static_cast<Heartbeat*>(self)->note();
       return G_SOURCE_CONTINUE;
     };
-    g_source_set_callback(source_, note, this, nullptr);
+    g_source_set_callback(source_, beat, this, nullptr);
     g_source_attach(source_, nullptr);
   }
   Heartbeat(const Heartbeat&) = delete;

@@ -94,7 +94,9 @@ TEST_F(HoldsTest, FollowingGoesOnWhenTheXServerHasBeenLate) {
 
 TEST_F(HoldsTest, UnderWaylandOnlyWhatThePointerIsOverIsAnXWindow) {
   Input input;
-  const auto codeAt = [&](CGPoint point) { return everything->copyElementAtPosition(point.x, point.y).code; };
+  const auto codeAt = [&](CGPoint point) {
+    return everything->copyElementAtPosition(float(point.x), float(point.y)).code;
+  };
   setenv("WAYLAND_DISPLAY", "wayland-0", 1);
   input.moveTo(kInTitleBar);
   EXPECT_EQ(codeAt(kInTitleBar), port::ResultCode::success);
